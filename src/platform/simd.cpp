@@ -1,0 +1,3 @@
+#include "platform/simd.h"
+
+bool simd_enabled = true;

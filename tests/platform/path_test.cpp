@@ -1,0 +1,154 @@
+#include "platform/path.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <optional>
+
+#include "platform/dynlib.h"
+#include "platform/file.h"
+#include "platform/temp_folder.h"
+#include "platform/text.h"
+
+namespace {
+
+/// Sets a variable (null: takes it away) until the end of the test.
+struct WITH_VARIABLE {
+    std::string name;
+    std::optional<std::string> old;
+
+    WITH_VARIABLE(const char* variable, const char* value) : name(variable) {
+        if (const char* now = getenv(variable)) old = now;
+        set(value);
+    }
+    WITH_VARIABLE(const WITH_VARIABLE&) = delete;
+    WITH_VARIABLE& operator=(const WITH_VARIABLE&) = delete;
+    ~WITH_VARIABLE() { set(old ? old->c_str() : nullptr); }
+    void set(const char* value) const {
+        if (value != nullptr)
+            setenv(name.c_str(), value, 1);
+        else
+            unsetenv(name.c_str());
+    }
+};
+
+TEST(Path, Parts) {
+    EXPECT_STREQ(path_name("/a/b.c/\x83\x5C.x.y"), "\x83\x5C.x.y");
+    EXPECT_STREQ(path_name("plain"), "plain");
+    EXPECT_STREQ(path_name("/a/"), "");
+    EXPECT_STREQ(path_extension("/a/b.c/d.e.avi"), ".avi");
+    EXPECT_STREQ(path_extension("/a/b.c/d"), "");
+    EXPECT_STREQ(path_extension("d."), ".");
+    char out[PATH_SIZE];
+    EXPECT_TRUE(path_folder(out, "/a/b"));
+    EXPECT_STREQ(out, "/a/");
+    EXPECT_TRUE(path_folder(out, "b"));
+    EXPECT_STREQ(out, "");
+    EXPECT_TRUE(path_join(out, "/a", "b"));
+    EXPECT_STREQ(out, "/a/b");
+    EXPECT_TRUE(path_join(out, out, "c/"));
+    EXPECT_TRUE(path_join(out, out, "d.avi"));
+    EXPECT_STREQ(out, "/a/b/c/d.avi");
+    EXPECT_TRUE(path_set_extension(out, out, ".wav"));
+    EXPECT_STREQ(out, "/a/b/c/d.wav");
+    EXPECT_TRUE(path_join(out, "/a", "/b"));
+    EXPECT_STREQ(out, "/b");
+}
+
+TEST(Path, RefusesWhatDoesNotFit) {
+    const std::string longest = "/" + std::string(254, 'n') + ".avi";
+    char out[PATH_SIZE];
+    EXPECT_TRUE(path_set_extension(out, longest.c_str(), ".wav"));
+    EXPECT_EQ(std::string(out).size(), 259u);
+    EXPECT_FALSE(path_set_extension(out, longest.c_str(), ".jpeg"));
+    EXPECT_STREQ(out, "");
+    EXPECT_FALSE(path_join(out, "/x", longest.c_str() + 1));
+    EXPECT_EQ(path_absolute(longest), longest);
+    EXPECT_EQ(path_absolute(longest + "x"), "");
+}
+
+TEST(Path, Absolute) {
+    EXPECT_EQ(path_absolute("/a//b/./c/../d"), "/a/b/d");
+    EXPECT_EQ(path_absolute("/../../a/b/.."), "/a/");
+    EXPECT_EQ(path_absolute("/a/.."), "/");
+    EXPECT_EQ(path_absolute("/a/b/"), "/a/b/");
+    EXPECT_EQ(path_absolute(""), "");
+    const TEMP_FOLDER folder;
+    const auto old = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path);
+    EXPECT_EQ(path_absolute("x/../y"), folder / "y");
+    EXPECT_EQ(path_absolute("."), folder.path);
+    std::filesystem::current_path("/");
+    EXPECT_EQ(path_absolute("y"), "/y");
+    std::filesystem::current_path(old);
+}
+
+TEST(Path, ProgramFolder) {
+    const TEMP_FOLDER folder;
+    const WITH_VARIABLE home("VANTEL_HOME", (folder / "設定/é").c_str());
+    const std::string want = text_from_utf8(folder / "設定/é/");
+    EXPECT_EQ(path_program_folder(), want);
+    EXPECT_FALSE(file_exists(want.c_str()));
+    EXPECT_TRUE(path_program_folder_create());
+    EXPECT_TRUE(path_program_folder_create());
+    EXPECT_TRUE(file_is_folder(want.c_str()));
+    home.set("relative");
+    EXPECT_EQ(path_program_folder(), path_absolute("relative") + "/");
+    home.set(nullptr);
+    // The tests run from the build folder, which is not installed.
+    EXPECT_EQ(path_program_folder() + path_name(path_program().c_str()), path_program());
+    EXPECT_EQ(path_plugin_folders(), std::vector<std::string>{path_program_folder()});
+}
+
+TEST(Path, InstalledProgramUsesTheConfigFolder) {
+    // This test runs itself once more as a program installed elsewhere, which prints what it finds.
+    if (getenv("VANTEL_TEST_INSTALLED") != nullptr) {
+        std::string all = "program folder " + path_program_folder();
+        for (const std::string& path : path_plugin_folders()) all += " plugins " + path;
+        puts(all.c_str());
+        return;
+    }
+    const TEMP_FOLDER folder;
+    std::filesystem::create_directories(folder / "bin");
+    std::filesystem::create_directories(folder / "share/vantel");
+    std::filesystem::copy_file("/proc/self/exe", folder / "bin/program");
+    const std::string command = "VANTEL_TEST_INSTALLED=1 HOME=/home/me " + (folder / "bin/program") +
+                                " --gtest_filter=Path.Installed* > " + (folder / "out");
+    const auto run = [&](const std::string& variables) {
+        EXPECT_EQ(system(("env -u VANTEL_HOME -u XDG_CONFIG_HOME " + variables + " " + command).c_str()), 0);
+        return text_load(folder / "out");
+    };
+    const std::string lib = " plugins " + (folder / "lib/vantel/") + "\n";
+    EXPECT_NE(run("").find("program folder /home/me/.config/vantel/ plugins /home/me/.config/vantel/" + lib),
+              std::string::npos);
+    EXPECT_NE(run("XDG_CONFIG_HOME=/etc/x").find("program folder /etc/x/vantel/"), std::string::npos);
+    EXPECT_NE(run("XDG_CONFIG_HOME=rel").find("program folder /home/me/.config/vantel/"), std::string::npos);
+    EXPECT_NE(run("VANTEL_HOME=/v").find("program folder /v/ plugins /v/" + lib), std::string::npos);
+}
+
+TEST(Path, Temporary) {
+    const TEMP_FOLDER folder;
+    const WITH_VARIABLE temp("TMPDIR", folder.path.c_str());
+    EXPECT_EQ(path_temp_folder(), folder.path);
+    char name[32];
+    snprintf(name, sizeof name, "vantel_%08x_", unsigned(getpid()));
+    EXPECT_EQ(path_temp_prefix(), folder / name);
+    for (const char* bad : {"relative", "/none/at/all", ""}) {
+        temp.set(bad);
+        EXPECT_EQ(path_temp_folder(), "/tmp/") << bad;
+    }
+}
+
+TEST(Dynlib, OpensAndSaysWhyNot) {
+    const TEMP_FOLDER folder;
+    const std::string broken = folder / "broken.so";
+    text_save(broken, "no shared object");
+    std::string error;
+    EXPECT_EQ(dynlib_open(broken.c_str(), &error), nullptr);
+    EXPECT_NE(error.find(broken), std::string::npos);
+    EXPECT_EQ(dynlib_open("libc.so.6"), nullptr);  // only files are opened, the machine's libraries are not searched
+    dynlib_close(nullptr);
+}
+
+}  // namespace

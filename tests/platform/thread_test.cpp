@@ -1,0 +1,132 @@
+#include "platform/thread.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+using CLOCK = std::chrono::steady_clock;
+
+static int elapsed_ms(CLOCK::time_point since) {
+    return int(std::chrono::duration_cast<std::chrono::milliseconds>(CLOCK::now() - since).count());
+}
+
+TEST(Event, StaysSetUntilCleared) {
+    const EVENT_PTR event = event_create();
+    EXPECT_FALSE(event_wait(event.get(), 0));
+    event_set(event.get());
+    EXPECT_TRUE(event_wait(event.get(), 0));
+    EXPECT_TRUE(event_wait(event.get(), -1));
+    event_clear(event.get());
+    const auto start = CLOCK::now();
+    EXPECT_FALSE(event_wait(event.get(), 30));
+    EXPECT_GE(elapsed_ms(start), 30);
+    EXPECT_LT(elapsed_ms(start), 2000);
+}
+
+TEST(Event, WakesEveryWaiterAlsoWhenClearedAtOnce) {
+    const EVENT_PTR event = event_create();
+    for (int round = 0; round < 100; ++round) {
+        std::atomic<int> woken{0};
+        std::vector<std::thread> waiters;
+        waiters.reserve(4);
+        for (int i = 0; i < 4; ++i) {
+            waiters.emplace_back([&] { woken += event_wait(event.get(), 10000); });
+        }
+        // A waiter that has not begun to wait misses a set that is gone again, so those rounds go on until all came.
+        while (woken < 4) {
+            event_set(event.get());
+            event_clear(event.get());
+            sched_yield();
+        }
+        for (std::thread& waiter : waiters) waiter.join();
+    }
+}
+
+TEST(Event, PingPongLosesNoSet) {
+    struct PAIR {
+        EVENT_PTR there = event_create();
+        EVENT_PTR back = event_create();
+    } pair;
+    constexpr int ROUNDS = 20000;
+    const THREAD_PTR thread = thread_start(
+        [](void* data) {
+            PAIR* p = static_cast<PAIR*>(data);
+            for (int i = 0; i < ROUNDS; ++i) {
+                event_wait(p->there.get(), -1);
+                event_clear(p->there.get());
+                event_set(p->back.get());
+            }
+        },
+        &pair);
+    for (int i = 0; i < ROUNDS; ++i) {
+        event_set(pair.there.get());
+        ASSERT_TRUE(event_wait(pair.back.get(), 10000)) << i;
+        event_clear(pair.back.get());
+    }
+    EXPECT_TRUE(thread_join_for(thread.get(), -1));
+}
+
+TEST(Thread, JoinHasATimeLimit) {
+    const EVENT_PTR end = event_create();
+    const THREAD_PTR thread = thread_start([](void* data) { event_wait(static_cast<EVENT*>(data), -1); }, end.get());
+    ASSERT_TRUE(thread);
+    const auto start = CLOCK::now();
+    EXPECT_FALSE(thread_join_for(thread.get(), 50));
+    EXPECT_GE(elapsed_ms(start), 50);
+    EXPECT_LT(elapsed_ms(start), 2000);
+    event_set(end.get());
+    EXPECT_TRUE(thread_join_for(thread.get(), 10000));
+    EXPECT_TRUE(thread_join_for(thread.get(), 0));  // once joined, always joined
+}
+
+TEST(Thread, TakesNoSignalsOfTheProcessButItsOwnFaults) {
+    sigset_t mask;
+    const THREAD_PTR thread =
+        thread_start([](void* data) { pthread_sigmask(SIG_BLOCK, nullptr, static_cast<sigset_t*>(data)); }, &mask);
+    ASSERT_TRUE(thread_join_for(thread.get(), 10000));
+    for (const int signal : {SIGINT, SIGTERM, SIGALRM, SIGCHLD, SIGUSR1}) EXPECT_EQ(sigismember(&mask, signal), 1);
+    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) EXPECT_EQ(sigismember(&mask, signal), 0);
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    EXPECT_EQ(sigismember(&mask, SIGTERM), 0);  // and the starter's own mask is as it was
+}
+
+TEST(Processor, ListIsTheProcessMask) {
+    int list[256];
+    const int n = processor_list(list, 256);
+    ASSERT_GE(n, 1);
+    EXPECT_EQ(processor_count(), n);
+    cpu_set_t mask;
+    ASSERT_EQ(sched_getaffinity(getpid(), sizeof mask, &mask), 0);
+    EXPECT_EQ(CPU_COUNT(&mask), n);
+    for (int i = 0; i < n; ++i) EXPECT_TRUE(CPU_ISSET(list[i], &mask));
+    EXPECT_EQ(processor_list(list, 1), 1);
+}
+
+TEST(Processor, NarrowingBindsAndWideningRestores) {
+    int list[256];
+    const int n = processor_list(list, 256);
+    PROCESSOR_SET former;
+    if (n < 2) {
+        EXPECT_FALSE(processor_narrow(list[0], &former));
+        return;
+    }
+    std::thread([&] {
+        cpu_set_t before, during, after;
+        sched_getaffinity(0, sizeof before, &before);
+        ASSERT_TRUE(processor_narrow(list[n - 1], &former));
+        EXPECT_EQ(processor_current(), list[n - 1]);
+        sched_getaffinity(0, sizeof during, &during);
+        EXPECT_EQ(CPU_COUNT(&during), 1);
+        processor_widen(list[n - 1], former);
+        sched_getaffinity(0, sizeof after, &after);
+        EXPECT_TRUE(CPU_EQUAL(&before, &after));
+        EXPECT_FALSE(processor_narrow(-1, &former));
+        EXPECT_FALSE(processor_narrow(8192, &former));
+    }).join();
+}
