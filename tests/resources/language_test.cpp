@@ -1,0 +1,191 @@
+#include "resources/language.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <set>
+
+#include "platform/text.h"
+#include "resources/string_ids.h"
+#include "resources/strings_ja.h"
+
+namespace {
+
+// What the callers hand to printf. A slip in a text is a crash or a wrong number in a message.
+const std::map<int, std::string> CONVERSIONS = {
+    {STR_ERR_TOO_MANY_SOURCES, "%d"},
+    {STR_ERR_PICTURE_TOO_LARGE, "%d%d"},
+    {STR_ERR_PICTURE_TOO_SMALL, "%d%d"},
+    {STR_ERR_TOO_MANY_FRAMES, "%d"},
+    {STR_ASK_RECOMPRESS_FRAME, "%d%s"},
+    {STR_ERR_TOO_MANY_JOBS, "%d"},
+    {STR_ERR_PROFILE_NAME, "%s"},
+    {STR_ERR_TOO_MANY_CHAIN_FILES, "%d"},
+    {STR_BATCH_RUNNING, "%s"},
+    {STR_ERR_KEY_TWICE, "%s%s"},
+    {STR_VERSION, "%s"},
+    {STR_ERR_TOO_MANY_PROFILES, "%d"},
+    {STR_ASK_EXCEPTION, "%llx%x%s%s%s"},
+    {STR_EXCEPTION_MODULE, "%s%llx"},
+    {STR_INFO_SURFACE, "%c%c%c%c%d%d"},
+    {STR_JOB_RUNNING, "%s"},
+    {STR_JOB_DONE, "%s"},
+    {STR_JOB_FAILED, "%s"},
+    {STR_CLI_UNKNOWN_OPTION, "%s"},
+    {STR_CLI_NO_VALUE, "%s"},
+    {STR_CLI_BAD_RANGE, "%s"},
+    {STR_CLI_OPTION_TWICE, "%s"},
+    {STR_CLI_FILE_TWICE, "%s"},
+    {STR_CLI_PATH_TOO_LONG, "%s%d"},
+    {STR_CLI_SCRIPT_TOO_DEEP, "%s%d"},
+    {STR_CLI_SCRIPT_LINE, "%s%d%s"},
+    {STR_CLI_NO_PROFILE, "%s"},
+    {STR_CLI_OPEN_FAILED, "%s%s"},
+    {STR_CLI_NOTHING_TO_WRITE, "%s"},
+    {STR_CLI_NO_FILE_OPEN, "%s"},
+    {STR_CLI_OUTPUT_STOPPED, "%s%d"},
+    {STR_CLI_SAVED, "%s%d%f"},
+    {STR_CLI_SAVED_AUDIO, "%s%f"},
+    {STR_CLI_FILE_FAILED, "%s%s"},
+    {STR_CLI_WARNING, "%s"},
+    {STR_CLI_QUESTION_REFUSED, "%s"},
+    {STR_CLI_SETTINGS_NOT_SAVED, "%s"},
+    {STR_CLI_FATAL_START, "%s"},
+};
+
+// A language that knows three texts: a good one, an empty one, and one that would make printf read a wrong argument.
+bool test_source(int id, std::string& utf8) {
+    static const std::map<int, std::string> TEXTS = {{STR_ASK_STOP_OUTPUT, "Stop the output?"},
+                                                     {STR_ASK_STOP_SEARCH, ""},
+                                                     {STR_ERR_TOO_MANY_JOBS, "At most %s jobs."}};
+    const auto entry = TEXTS.find(id);
+    if (entry == TEXTS.end()) return false;
+    utf8 = entry->second;
+    return true;
+}
+
+std::string endless_text;
+bool endless_source(int, std::string& utf8) {
+    utf8 = endless_text;
+    return true;
+}
+
+struct SOURCE_SCOPE {
+    explicit SOURCE_SCOPE(LANGUAGE_SOURCE source) { language_set_source(source); }
+    ~SOURCE_SCOPE() { language_set_source(nullptr); }
+};
+
+}  // namespace
+
+TEST(StringsJa, EveryTextSurvivesTheCodePage) {
+    int last = -1;
+    for (const STRING_TEXT& entry : strings_ja()) {
+        EXPECT_LT(last, entry.number);
+        last = entry.number;
+        const std::string bytes = text_from_utf8(entry.text);
+        EXPECT_EQ(text_to_utf8(bytes), entry.text) << entry.number;
+        // foreign characters are carried in the user-defined area; none of our own texts may need that
+        for (size_t i = 0; i < bytes.size(); ++i) {
+            const auto byte = static_cast<unsigned char>(bytes[i]);
+            EXPECT_LT(byte, 0xF0) << entry.number << ": not a character of the code page";
+            if ((byte >= 0x81 && byte <= 0x9F) || byte >= 0xE0) ++i;
+        }
+        // only the help text is too long for a buffer
+        EXPECT_TRUE(bytes.size() < 260 || entry.number == STR_CLI_HELP) << entry.number;
+    }
+}
+
+TEST(StringsJa, EveryNameHasAText) {
+    std::ifstream header(VANTEL_SOURCE_DIR "/src/resources/string_ids.h");
+    ASSERT_TRUE(header);
+    std::set<int> named;
+    for (std::string line; std::getline(header, line);) {
+        const size_t equals = line.find(" = ");
+        if (line.find("    STR_") == 0 && equals != std::string::npos) named.insert(std::stoi(line.substr(equals + 3)));
+    }
+    std::set<int> stored;
+    for (const STRING_TEXT& entry : strings_ja()) stored.insert(entry.number);
+    EXPECT_GT(stored.size(), 400u);
+    EXPECT_EQ(named, stored);
+    EXPECT_EQ(strings_ja_find(-1), "");
+    EXPECT_EQ(strings_ja_find(999), "");
+    EXPECT_EQ(strings_ja_find(99999), "");
+}
+
+TEST(StringsJa, ConversionsAreWhatCallersPass) {
+    for (const STRING_TEXT& entry : strings_ja()) {
+        const auto expected = CONVERSIONS.find(entry.number);
+        EXPECT_EQ(language_conversions(entry.text), expected == CONVERSIONS.end() ? "" : expected->second)
+            << entry.number;
+    }
+    for (const auto& [number, conversions] : CONVERSIONS) EXPECT_NE(strings_ja_find(number), "") << number;
+}
+
+TEST(Language, ConversionsOfOddFormats) {
+    EXPECT_EQ(language_conversions("%02d of %s, 5%%"), "%d%s");
+    EXPECT_EQ(language_conversions("0x%08llx %-5.1f%c"), "%llx%f%c");
+    EXPECT_EQ(language_conversions("%*d %hhu"), "%*d%hhu");
+    // nothing that printf writes through, nothing that it does not know, no end of text behind '%'
+    EXPECT_EQ(language_conversions("%n"), "%?");
+    EXPECT_EQ(language_conversions("50% の"), "%?");
+    EXPECT_EQ(language_conversions("%l%d %"), "%?%d%?");
+    EXPECT_EQ(language_conversions("%2$s"), "%?");
+}
+
+TEST(Language, ShortNumbersKeepTheirBuffer) {
+    const char* seconds = language_string(STR_SECONDS);
+    EXPECT_STREQ(seconds, "\x95\x62");
+    for (int id = -4; id < 400; ++id) language_string(id);
+    EXPECT_EQ(language_string(STR_SECONDS), seconds);
+    EXPECT_STREQ(seconds, "\x95\x62");
+    EXPECT_STREQ(language_string(255), "");
+    EXPECT_STREQ(language_string(-1), "");
+}
+
+TEST(Language, EightLongNumbersAreValidTheNinthTakesTheFirst) {
+    const char* text[9];
+    for (int i = 0; i < 8; ++i) text[i] = language_string(STR_ERR_READ_FAILED + i);
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(text_to_utf8(text[i]), strings_ja_find(STR_ERR_READ_FAILED + i)) << i;
+        for (int k = 0; k < i; ++k) EXPECT_NE(text[i], text[k]);
+    }
+    text[8] = language_string(256);  // an unknown number takes its turn, too
+    EXPECT_EQ(text[8], text[0]);
+    EXPECT_STREQ(text[8], "");
+    EXPECT_EQ(text_to_utf8(text[1]), strings_ja_find(STR_ERR_READ_FAILED + 1));
+}
+
+TEST(Language, SourceIsAskedFirstTextByText) {
+    const char* kept = language_string(STR_HOURS);
+    const SOURCE_SCOPE scope(test_source);
+    EXPECT_STREQ(language_string(STR_ASK_STOP_OUTPUT), "Stop the output?");
+    EXPECT_EQ(language_text_utf8(STR_ASK_STOP_SEARCH), strings_ja_find(STR_ASK_STOP_SEARCH));
+    EXPECT_EQ(language_text_utf8(STR_ERR_TOO_MANY_JOBS), strings_ja_find(STR_ERR_TOO_MANY_JOBS));
+    EXPECT_EQ(language_text_utf8(STR_ERR_OUT_OF_MEMORY), strings_ja_find(STR_ERR_OUT_OF_MEMORY));
+    EXPECT_EQ(language_string(STR_HOURS), kept);
+    language_set_source(nullptr);
+    EXPECT_EQ(language_text_utf8(STR_ASK_STOP_OUTPUT), strings_ja_find(STR_ASK_STOP_OUTPUT));
+}
+
+TEST(Language, LongTextsAreCutAtACharacter) {
+    const SOURCE_SCOPE scope(endless_source);
+    for (const size_t ascii : {0u, 1u, 57u, 58u}) {
+        endless_text = std::string(ascii, 'a');
+        for (int i = 0; i < 200; ++i) endless_text += "秒";
+        std::string expected(ascii, 'a');
+        while (expected.size() + 2 <= 259) expected += "\x95\x62";
+        EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), expected) << ascii;
+        EXPECT_EQ(language_text_utf8(STR_ASK_STOP_OUTPUT), endless_text);
+    }
+    // exactly full, one too many, and a broken UTF-8 sequence at the end
+    endless_text = std::string(259, 'b');
+    EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), endless_text);
+    endless_text += 'c';
+    EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), std::string(259, 'b'));
+    endless_text = std::string(258, 'd') + "\xE3\x81";
+    EXPECT_LT(std::strlen(language_string(STR_ASK_STOP_OUTPUT)), 260u);
+    endless_text = std::string(400, '\xF0');
+    EXPECT_LT(std::strlen(language_string(STR_ASK_STOP_OUTPUT)), 260u);
+}
