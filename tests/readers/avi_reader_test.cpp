@@ -1,0 +1,398 @@
+#include "readers/avi_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+
+#include "support/avi_builder.h"
+#include "support/kernel_test.h"
+
+static constexpr uint32_t CODEC = VANTEL_FOURCC('T', 'E', 'S', 'T');
+
+struct AVI_CLOSE {
+    void operator()(void* handle) const { avi_reader_close(handle); }
+};
+using AVI_PTR = std::unique_ptr<void, AVI_CLOSE>;
+
+static AVI_PTR avi_open(const BYTES& bytes) {
+    const TEMP_FILE file(bytes, ".avi");
+    return AVI_PTR(avi_reader_open(file.name()));
+}
+
+static INPUT_MEDIA_INFO info_of(const AVI_PTR& avi) {
+    INPUT_MEDIA_INFO info = {};
+    avi_reader_info(avi.get(), &info);
+    return info;
+}
+
+static BYTES frame_of(const AVI_PTR& avi, int32_t frame) {
+    BYTES bytes(4096, 0xEE);
+    const int n = avi_reader_read_video_bounded(avi.get(), frame, bytes.data(), bytes.size(), nullptr);
+    bytes.resize(size_t(n));
+    return bytes;
+}
+
+/// Compressed video of 20 frames, every fourth a key frame, and sound in uneven chunks between them.
+static AVI_BUILD mixed_build(AVI_BUILD_INDEX index, uint16_t bits = 16) {
+    AVI_BUILD build;
+    build.index = index;
+    build.streams = {avi_video_stream(64, 48, 24, CODEC), avi_sound_stream(1, 1, 8000, bits)};
+    for (uint32_t i = 0; i < 20; ++i) {
+        const bool key = i % 4 == 0;
+        build.chunks.push_back({0, key ? "db" : "dc", bytes_pattern(30 + i * 7, i), key});
+        build.chunks.push_back({1, "wb", bytes_pattern(i * 37 % 101, 100 + i)});
+    }
+    return build;
+}
+
+static BYTES sound_of(const AVI_BUILD& build) {
+    BYTES sound;
+    for (const AVI_BUILD_CHUNK& chunk : build.chunks) {
+        if (chunk.stream == 1) sound.insert(sound.end(), chunk.data.begin(), chunk.data.end());
+    }
+    return sound;
+}
+
+static void expect_frames(const AVI_PTR& avi, const AVI_BUILD& build) {
+    int frame = 0;
+    for (const AVI_BUILD_CHUNK& chunk : build.chunks) {
+        if (chunk.stream != 0) continue;
+        ASSERT_EQ(frame_of(avi, frame), chunk.data) << "frame " << frame;
+        ASSERT_EQ(avi_reader_is_keyframe(avi.get(), frame), chunk.key) << "frame " << frame;
+        ++frame;
+    }
+    EXPECT_EQ(info_of(avi).frames, frame);
+}
+
+/// Random runs against all chunks put together.
+static void expect_sound(const AVI_PTR& avi, const BYTES& sound, int block) {
+    RNG rng(kernel_seed());
+    const int samples = int(sound.size()) / block;
+    ASSERT_EQ(info_of(avi).audio_samples, samples);
+    for (int i = 0; i < 300; ++i) {
+        const int start = int(rng.below(uint32_t(samples))), count = 1 + int(rng.below(uint32_t(samples)));
+        BYTES got(size_t(count * block) + 8, 0xEE);
+        const int want = std::min(count, samples - start);
+        ASSERT_EQ(avi_reader_read_audio(avi.get(), start, count, got.data()), want) << "seed " << kernel_seed();
+        ASSERT_EQ(std::memcmp(got.data(), sound.data() + start * block, size_t(want * block)), 0);
+        ASSERT_EQ(got[size_t(want * block)], 0xEE);
+    }
+}
+
+TEST(AviReader, EveryIndexGivesTheSameFramesAndSound) {
+    for (const AVI_BUILD_INDEX index :
+         {AVI_BUILD_IDX1_RELATIVE, AVI_BUILD_IDX1_ABSOLUTE, AVI_BUILD_NO_INDEX, AVI_BUILD_ODML}) {
+        SCOPED_TRACE(index);
+        for (const size_t chunks_per_list : {SIZE_MAX, size_t{7}}) {
+            AVI_BUILD build = mixed_build(index);
+            build.chunks_per_list = chunks_per_list;
+            const AVI_PTR avi = avi_open(avi_build(build));
+            ASSERT_TRUE(avi);
+            expect_frames(avi, build);
+            expect_sound(avi, sound_of(build), 2);
+            const INPUT_MEDIA_INFO info = info_of(avi);
+            EXPECT_EQ(info.flags, uint32_t(INPUT_MEDIA_VIDEO | INPUT_MEDIA_AUDIO));
+            EXPECT_EQ(info.rate, 25);
+            EXPECT_EQ(info.video_handler, CODEC);
+            EXPECT_EQ(info.video_format_size, 40);
+            EXPECT_EQ(info.audio_format->nBlockAlign, 2);
+        }
+    }
+}
+
+TEST(AviReader, SoundBlocksStayWholeOverChunkBorders) {
+    for (const AVI_BUILD_INDEX index : {AVI_BUILD_IDX1_RELATIVE, AVI_BUILD_ODML}) {
+        const AVI_BUILD build = mixed_build(index, 24);
+        const AVI_PTR avi = avi_open(avi_build(build));
+        ASSERT_TRUE(avi);
+        expect_sound(avi, sound_of(build), 3);
+    }
+}
+
+TEST(AviReader, ManySoundChunksAreFoundByBisection) {
+    AVI_BUILD build;
+    build.streams = {avi_sound_stream(1, 1, 8000, 8)};
+    BYTES sound;
+    for (uint32_t i = 0; i < 1000; ++i) {
+        build.chunks.push_back({0, "wb", bytes_pattern(i % 5 == 0 ? 0 : i % 13, i)});
+        sound.insert(sound.end(), build.chunks.back().data.begin(), build.chunks.back().data.end());
+    }
+    const AVI_PTR avi = avi_open(avi_build(build));
+    ASSERT_TRUE(avi);
+    expect_sound(avi, sound, 1);
+}
+
+TEST(AviReader, TheIndexCountsAndNotTheStreamHeader) {
+    for (const uint32_t length : {0u, 3u, 0xFFFFFFFFu}) {
+        AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
+        build.streams[0].length = build.streams[1].length = length;
+        const AVI_PTR avi = avi_open(avi_build(build));
+        ASSERT_TRUE(avi);
+        expect_frames(avi, build);
+        expect_sound(avi, sound_of(build), 2);
+    }
+}
+
+TEST(AviReader, DamagedChunksNeverPassTheBuffer) {
+    AVI_BUILD build;
+    build.streams = {avi_video_stream(4, 2, 24, 0), avi_sound_stream(1, 1, 8000, 16)};
+    build.chunks = {{0, "db", bytes_pattern(24, 1)},
+                    {0, "db", {}},                    // dropped
+                    {0, "db", bytes_pattern(40, 2)},  // more than the picture has
+                    {1, "wb", bytes_pattern(50, 3)},
+                    {0, "db", bytes_pattern(24, 4)}};
+    build.index = AVI_BUILD_IDX1_ABSOLUTE;
+    BYTES bytes = avi_build(build);
+    const size_t idx1 = bytes_find(bytes, "idx1") + 8;
+    bytes_put_u32(bytes, idx1 + 4 * 16 + 8, uint32_t(bytes.size()) - 8 - 23);  // the last frame: one byte is missing
+    const AVI_PTR avi = avi_open(bytes);
+    ASSERT_TRUE(avi);
+    BYTES buffer(64, 0xEE);
+    bool damaged = true;
+    EXPECT_EQ(avi_reader_read_video_bounded(avi.get(), 0, buffer.data(), 64, &damaged), 24);
+    EXPECT_FALSE(damaged);
+    EXPECT_EQ(avi_reader_read_video_bounded(avi.get(), 2, buffer.data(), 64, &damaged), 24);
+    EXPECT_TRUE(damaged);
+    EXPECT_EQ(avi_reader_read_video(avi.get(), 2, buffer.data()), 24);
+    EXPECT_EQ(buffer[24], 0xEE);
+    EXPECT_EQ(avi_reader_read_video_bounded(avi.get(), 2, buffer.data(), 10, &damaged), 10);
+    EXPECT_TRUE(damaged);
+    std::fill(buffer.begin(), buffer.end(), uint8_t{0xEE});
+    for (const int32_t frame : {1, 3, 4, -1, INT32_MIN, INT32_MAX})
+        EXPECT_EQ(avi_reader_read_video_bounded(avi.get(), frame, buffer.data(), 64, &damaged), 0) << frame;
+    EXPECT_EQ(buffer, BYTES(64, 0xEE));
+    for (const int32_t start : {-1, 25, INT32_MAX})
+        EXPECT_EQ(avi_reader_read_audio(avi.get(), start, 1, buffer.data()), 0) << start;
+    EXPECT_EQ(avi_reader_read_audio(avi.get(), 0, INT32_MAX, buffer.data()), 25);
+}
+
+TEST(AviReader, SoundOfAChunkThatIsNotWholeLeavesTheBuffer) {
+    AVI_BUILD build;
+    build.streams = {avi_sound_stream(1, 1, 8000, 16)};
+    build.chunks = {{0, "wb", bytes_pattern(20, 1)}, {0, "wb", bytes_pattern(20, 2)}};
+    build.index = AVI_BUILD_IDX1_ABSOLUTE;
+    BYTES bytes = avi_build(build);
+    bytes_put_u32(bytes, bytes_find(bytes, "idx1") + 8 + 16 + 8, uint32_t(bytes.size()) - 8 - 10);
+    const AVI_PTR avi = avi_open(bytes);
+    ASSERT_TRUE(avi);
+    BYTES buffer(40, 0xEE);
+    EXPECT_EQ(avi_reader_read_audio(avi.get(), 8, 4, buffer.data()), 0);
+    EXPECT_EQ(buffer, BYTES(40, 0xEE));
+    EXPECT_EQ(avi_reader_read_audio(avi.get(), 0, 10, buffer.data()), 10);
+}
+
+TEST(AviReader, ACutFileKeepsWhatItHolds) {
+    AVI_BUILD build = mixed_build(AVI_BUILD_ODML);
+    build.chunks_per_list = 8;
+    BYTES bytes = avi_build(build);
+    const size_t second = bytes_find(bytes, "AVIX") - 8;
+    BYTES one_list(bytes.begin(), bytes.begin() + ptrdiff_t(second));
+    AVI_PTR avi = avi_open(one_list);
+    ASSERT_TRUE(avi);
+    EXPECT_EQ(info_of(avi).frames, 4);
+    EXPECT_EQ(info_of(avi).audio_samples, (0 + 37 + 74 + 10) / 2);
+    // Not even the first index is there: the chunks themselves are.
+    BYTES no_index(bytes.begin(), bytes.begin() + ptrdiff_t(bytes_find(bytes, "ix00")));
+    avi = avi_open(no_index);
+    ASSERT_TRUE(avi);
+    EXPECT_EQ(info_of(avi).frames, 4);
+    EXPECT_EQ(frame_of(avi, 3), build.chunks[6].data);
+    // A recording that was never finished has sizes of 0.
+    BYTES unfinished = avi_build(mixed_build(AVI_BUILD_NO_INDEX));
+    bytes_put_u32(unfinished, 4, 0);
+    bytes_put_u32(unfinished, bytes_find(unfinished, "movi") - 4, 0);
+    avi = avi_open(unfinished);
+    ASSERT_TRUE(avi);
+    expect_frames(avi, mixed_build(AVI_BUILD_NO_INDEX));
+}
+
+TEST(AviReader, VariableSoundCountsInBytes) {
+    AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
+    build.streams[1] = avi_sound_stream(0x55, 2, 44100, 0);
+    build.streams[1].rate = 44100;
+    build.streams[1].scale = 1152;
+    build.streams[1].sample_size = 0;
+    const AVI_PTR avi = avi_open(avi_build(build));
+    ASSERT_TRUE(avi);
+    expect_sound(avi, sound_of(build), 1);
+    const INPUT_MEDIA_INFO info = info_of(avi);
+    EXPECT_TRUE(info.flags & INPUT_MEDIA_VARIABLE_AUDIO);
+    EXPECT_EQ(info.audio_format->nBlockAlign, 1);
+    EXPECT_EQ(avi_reader_audio_position(avi.get(), -5), 0);
+    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1151), 0);
+    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1152), 0);  // the first chunk is empty
+    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1152 * 4 - 1), 37 + 74);
+    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1152 * 4), 37 + 74 + 10);
+    EXPECT_EQ(avi_reader_audio_position(avi.get(), INT32_MAX), info.audio_samples);
+}
+
+TEST(AviReader, FormatsAreRepairedOrRefused) {
+    struct CASE {
+        const char* what;
+        void (*change)(AVI_BUILD&);
+        bool video, audio;
+        int block;
+    };
+    const CASE cases[] = {
+        {"PCM without a sample size", [](AVI_BUILD& b) { b.streams[1].sample_size = 0; }, true, true, 2},
+        {"no block size", [](AVI_BUILD& b) { bytes_put_u16(b.streams[1].format, 12, 0); }, true, true, 2},
+        {"no block size, no bits", [](AVI_BUILD& b) { bytes_put_u32(b.streams[1].format, 12, 0); }, true, false, 0},
+        {"no channels", [](AVI_BUILD& b) { bytes_put_u16(b.streams[1].format, 2, 0); }, true, false, 0},
+        {"no sound rate", [](AVI_BUILD& b) { bytes_put_u32(b.streams[1].format, 4, 0); }, true, false, 0},
+        {"short sound format", [](AVI_BUILD& b) { b.streams[1].format.resize(14); }, true, false, 0},
+        {"variable without a rate",
+         [](AVI_BUILD& b) {
+             bytes_put_u16(b.streams[1].format, 0, 0x55);
+             b.streams[1].sample_size = b.streams[1].scale = 0;
+         },
+         true, false, 0},
+        {"no rate", [](AVI_BUILD& b) { b.streams[0].rate = 0; }, false, true, 2},
+        {"no scale", [](AVI_BUILD& b) { b.streams[0].scale = 0; }, false, true, 2},
+        {"rate of 2^31", [](AVI_BUILD& b) { b.streams[0].rate = 0x80000000; }, false, true, 2},
+        {"scale of 2^32 - 1", [](AVI_BUILD& b) { b.streams[0].scale = UINT32_MAX; }, false, true, 2},
+        {"huge format", [](AVI_BUILD& b) { b.streams[0].format.resize(8193); }, false, true, 2},
+        {"largest format", [](AVI_BUILD& b) { b.streams[0].format.resize(8192); }, true, true, 2},
+        {"short format", [](AVI_BUILD& b) { b.streams[0].format.resize(39); }, false, true, 2},
+        {"type in capitals", [](AVI_BUILD& b) { b.streams[0].type = "VIDS"; }, true, true, 2},
+        {"other type", [](AVI_BUILD& b) { b.streams[0].type = "txts"; }, false, true, 2},
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.what);
+        AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
+        c.change(build);
+        const AVI_PTR avi = avi_open(avi_build(build));
+        ASSERT_TRUE(avi);
+        const INPUT_MEDIA_INFO info = info_of(avi);
+        EXPECT_EQ((info.flags & INPUT_MEDIA_VIDEO) != 0, c.video);
+        EXPECT_EQ((info.flags & INPUT_MEDIA_AUDIO) != 0, c.audio);
+        EXPECT_FALSE(info.flags & INPUT_MEDIA_VARIABLE_AUDIO);
+        if (c.video) expect_frames(avi, build);
+        if (c.audio) {
+            EXPECT_EQ(info.audio_format->nBlockAlign, c.block);
+            expect_sound(avi, sound_of(build), c.block);
+        }
+    }
+}
+
+TEST(AviReader, PaletteAndHandlers) {
+    struct CASE {
+        uint32_t handler, compression;
+        uint16_t bits;
+        bool opens;
+        uint32_t told;
+    };
+    const uint32_t dib = VANTEL_FOURCC('D', 'I', 'B', ' '), small = VANTEL_FOURCC('d', 'i', 'b', 0);
+    const CASE cases[] = {{0, 0, 8, false, 0},        {dib, 0, 8, false, 0},      {small, 0, 15, false, 0},
+                          {0, small, 8, false, 0},    {0, 0, 16, true, 0},        {dib, 0, 24, true, dib},
+                          {0, CODEC, 8, true, CODEC}, {CODEC, 0, 8, true, CODEC}, {0, dib, 32, true, 0}};
+    for (const CASE& c : cases) {
+        AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
+        build.streams[0] = avi_video_stream(64, 48, c.bits, c.compression);
+        build.streams[0].handler = c.handler;
+        const AVI_PTR avi = avi_open(avi_build(build));
+        ASSERT_EQ(avi != nullptr, c.opens) << c.bits;
+        if (!avi) continue;
+        EXPECT_EQ(info_of(avi).video_handler, c.told);
+    }
+}
+
+TEST(AviReader, SuperIndexesAreBounded) {
+    AVI_BUILD build = mixed_build(AVI_BUILD_ODML);
+    build.super_repeat = 1100;  // each byte of the file gives one entry only, and the second stream finds no slot
+    AVI_PTR avi = avi_open(avi_build(build));
+    ASSERT_TRUE(avi);
+    EXPECT_EQ(info_of(avi).frames, 20);
+    EXPECT_FALSE(info_of(avi).flags & INPUT_MEDIA_AUDIO);
+
+    build.super_repeat = 1;
+    const BYTES good = avi_build(build);
+    const size_t index = bytes_find(good, "ix00", 0);
+    struct CASE {
+        const char* what;
+        size_t at;
+        uint32_t value;
+        int frames;
+    };
+    const CASE cases[] = {
+        {"counts in the billions", index + 12, UINT32_MAX, 21},  // the closing entry lies in the chunk
+        {"a chunk of 10 entries", index + 4, 24 + 80, 10},
+        {"a chunk without room", index + 4, 23, 0},
+        {"an index of fields", index + 8, 0x01010003, 0},
+        {"a count of 5", index + 12, 5, 5}};
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.what);
+        BYTES bytes = good;
+        bytes_put_u32(bytes, c.at, c.value);
+        avi = avi_open(bytes);
+        ASSERT_TRUE(avi);
+        EXPECT_EQ(info_of(avi).frames, c.frames);
+        expect_sound(avi, sound_of(build), 2);
+    }
+}
+
+TEST(AviReader, EmptySuperIndexFallsBackToTheOldIndex) {
+    AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
+    BYTES bytes = avi_build(build);
+    const BYTES list = {'L', 'I', 'S', 'T', 4, 0, 0, 0, 'o', 'd', 'm', 'l'};
+    bytes.insert(bytes.begin() + 24, list.begin(), list.end());
+    bytes_put_u32(bytes, 4, uint32_t(bytes.size()) - 8);
+    uint32_t header;
+    std::memcpy(&header, &bytes[16], 4);
+    bytes_put_u32(bytes, 16, header + uint32_t(list.size()));
+    const AVI_PTR avi = avi_open(bytes);
+    ASSERT_TRUE(avi);
+    expect_frames(avi, build);
+}
+
+TEST(AviReader, ReadsBehindFourGigabytes) {
+    AVI_BUILD build = mixed_build(AVI_BUILD_ODML);
+    build.chunks_per_list = 8;
+    for (size_t i = 6; i < build.chunks.size(); i += 8) build.chunks[i].gap_before = 0x60000000;
+    const AVI_IMAGE image = avi_build_image(build);
+    ASSERT_GT(image.size, uint64_t{7} << 30);
+    const TEMP_FILE file(image, ".avi");
+    const AVI_PTR avi(avi_reader_open(file.name()));
+    ASSERT_TRUE(avi);
+    expect_frames(avi, build);
+    expect_sound(avi, sound_of(build), 2);
+}
+
+TEST(AviReader, CutAnywhereOrChangedAnywhereItStaysInBounds) {
+    RNG rng(kernel_seed());
+    SCOPED_TRACE(kernel_seed());
+    for (const AVI_BUILD_INDEX index : {AVI_BUILD_IDX1_RELATIVE, AVI_BUILD_NO_INDEX}) {
+        AVI_BUILD build = mixed_build(index);
+        build.chunks.resize(6);
+        const BYTES whole = avi_build(build);
+        const auto touch = [](const BYTES& bytes) {
+            const AVI_PTR avi = avi_open(bytes);
+            if (!avi) return;
+            const INPUT_MEDIA_INFO info = info_of(avi);
+            for (int32_t i = 0; i < std::min(info.frames, 8); ++i) frame_of(avi, i);
+            BYTES sound(65536);
+            if (info.flags & INPUT_MEDIA_AUDIO && info.audio_format->nBlockAlign <= 65536 / 16)
+                avi_reader_read_audio(avi.get(), info.audio_samples / 2, 16, sound.data());
+        };
+        for (size_t n = 0; n < whole.size(); ++n) touch(BYTES(whole.begin(), whole.begin() + ptrdiff_t(n)));
+        for (size_t at = 0; at + 4 <= whole.size(); ++at) {
+            BYTES changed = whole;
+            const uint32_t values[] = {0, 1, UINT32_MAX, 0x80000000, uint32_t(rng.next())};
+            bytes_put_u32(changed, at, values[rng.below(5)]);
+            touch(changed);
+        }
+    }
+}
+
+TEST(AviReader, WorkIsBoundedWhateverTheFileClaims) {
+    // 4 GiB of chunks without data, once as the header list and once as the data.
+    for (const char* const list : {"hdrl", "movi"}) {
+        BYTES head = avi_build(mixed_build(AVI_BUILD_NO_INDEX));
+        const size_t at = bytes_find(head, list);
+        head.resize(list[0] == 'h' ? bytes_find(head, "movi") - 8 : at + 4);
+        bytes_put_u32(head, 4, UINT32_MAX);
+        bytes_put_u32(head, at - 4, UINT32_MAX);
+        const TEMP_FILE file(AVI_IMAGE{{{0, head}}, uint64_t{1} << 32}, ".avi");
+        EXPECT_EQ(avi_reader_open(file.name()), nullptr) << list;
+    }
+}

@@ -1,0 +1,211 @@
+#include "readers/input_table.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/guard.h"
+#include "support/avi_builder.h"
+
+/// What the readers of these tests were asked, in order.
+static std::string steps;
+static bool faults;
+
+template <char NAME>
+static INPUT_PLUGIN_HANDLE refuse(const char*) {
+    steps += NAME;
+    return nullptr;
+}
+template <char NAME>
+static INPUT_PLUGIN_HANDLE take(const char*) {
+    steps += NAME;
+    if (faults) raise(SIGSEGV);
+    static char object;
+    return &object;
+}
+static int close_noted(INPUT_PLUGIN_HANDLE) {
+    steps += '.';
+    return 1;
+}
+static int lie(INPUT_PLUGIN_HANDLE, int32_t, void*) {
+    if (faults) throw 1;
+    return INT32_MAX;
+}
+static int lie_more(INPUT_PLUGIN_HANDLE, int32_t, int32_t, void*) {
+    if (faults) raise(SIGFPE);
+    return INT32_MIN;
+}
+
+static int add(INPUT_PLUGIN_HANDLE (*open)(const char*), const char* name, const char* filter, uint32_t flags = 0) {
+    INPUT_PLUGIN_TABLE table = {};
+    table.flags = flags;
+    table.name = name;
+    table.filefilter = filter;
+    table.func_open = open;
+    table.func_close = close_noted;
+    table.func_read_video = lie;
+    table.func_read_audio = lie_more;
+    return input_record_add(table, nullptr);
+}
+
+static std::string reported;
+
+struct InputTable : testing::Test {
+    void SetUp() override {
+        input_table_init();
+        steps.clear();
+        reported.clear();
+        faults = false;
+        guard_reporter = [](const GUARD_FAULT&, const char* name, const char* place) {
+            reported += std::string(name) + " " + place + "\n";
+            return true;
+        };
+    }
+    void TearDown() override {
+        input_table_exit();
+        guard_reporter = nullptr;
+    }
+};
+
+TEST_F(InputTable, BuiltInReadersStandInOrder) {
+    const char* const names[] = {"AVI/AVI2 File Reader",
+                                 "Wave File Reader",
+                                 "BMP File Reader",
+                                 "JPEG/PNG File Reader",
+                                 "AVI File Reader ( Video For Windows )",
+                                 "AVIs File Reader"};
+    ASSERT_EQ(input_record_n(), 6);
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_STREQ(input_record(i)->name_text, names[i]);
+        EXPECT_EQ(input_record(i)->priority, i == 5 ? 0 : i + 1);
+        EXPECT_TRUE(input_record(i)->table.flags & INPUT_F_BUILT_IN);
+    }
+    char pattern[INPUT_TEXT_SIZE];
+    std::string patterns;
+    for (int k = 0; input_pattern(input_record(3)->filefilter_text, k, pattern); ++k)
+        patterns += pattern + std::string(" ");
+    EXPECT_EQ(patterns, "*.jpg *.jpeg *.png ");
+    EXPECT_FALSE(input_pattern("", 0, pattern));
+}
+
+TEST_F(InputTable, PicksByExtensionPriorityAndName) {
+    const TEMP_FILE file(BYTES{1, 2, 3}, ".xYz"), bare(BYTES{1, 2, 3}, "");
+    const int a = add(refuse<'a'>, "A", "one\0*.abc;*.XYZ\0two\0*.q\0");
+    const int b = add(take<'b'>, "B", "all\0*.*\0");
+    const int c = add(take<'c'>, "C", "x\0*.xyz\0");
+    add(take<'d'>, "D", "x\0*.xyz\0", INPUT_F_BY_NAME);
+    add(take<'e'>, "E", "x\0xyz;*.xy\0");
+    INPUT_HANDLE* first = input_open(file.name(), -1, nullptr);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(steps, "ab");
+    EXPECT_EQ(input_index(first), b);
+    EXPECT_STREQ(input_reader_name(first), "B");
+    EXPECT_EQ(input_record(a)->use_count, 0);
+    INPUT_HANDLE* second = input_open(file.name(), b, nullptr);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(input_index(second), c);
+    EXPECT_EQ(input_open(file.name(), c, nullptr), nullptr);
+    EXPECT_EQ(input_open_error(), INPUT_FAIL_NO_READER);
+    input_record(c)->priority = 0;
+    INPUT_HANDLE* third = input_open(file.name(), -1, nullptr);
+    EXPECT_EQ(steps, "abcc");
+    EXPECT_EQ(input_record(c)->use_count, 2);
+    input_close(third);
+    EXPECT_EQ(input_record(c)->use_count, 1);
+    EXPECT_EQ(input_index(input_open(file.name(), -1, "D")), 9);
+    EXPECT_EQ(input_open(file.name(), -1, "None"), nullptr);
+    EXPECT_EQ(input_index(input_open(bare.name(), -1, nullptr)), b);  // no extension: only *.*
+    input_record(b)->priority = INPUT_PRIORITY_N;
+    EXPECT_EQ(input_open(bare.name(), -1, nullptr), nullptr);
+}
+
+TEST_F(InputTable, TellsWhyAFileDoesNotOpen) {
+    const std::string folder = testing::TempDir();
+    const std::string fifo = folder + "vantel_test_fifo.avi";
+    unlink(fifo.c_str());
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const TEMP_FILE empty(BYTES{}, ".avi"), text(BYTES{'h', 'i'}, ".avi"), locked(BYTES{1}, ".avi");
+    chmod(locked.name(), 0);
+    struct CASE {
+        std::string path;
+        INPUT_FAIL reason;
+    };
+    std::vector<CASE> cases = {{folder + "vantel_no_such.avi", INPUT_FAIL_MISSING},
+                               {folder, INPUT_FAIL_FOLDER},
+                               {fifo, INPUT_FAIL_NOT_REGULAR},
+                               {empty.path, INPUT_FAIL_EMPTY},
+                               {text.path, INPUT_FAIL_NO_READER}};
+    if (geteuid() != 0) cases.push_back({locked.path, INPUT_FAIL_UNREADABLE});
+    for (const CASE& c : cases) {
+        EXPECT_EQ(input_open(c.path.c_str(), -1, nullptr), nullptr);
+        EXPECT_EQ(input_open_error(), c.reason) << c.path;
+    }
+    unlink(fifo.c_str());
+}
+
+TEST_F(InputTable, HandlesAreLimited) {
+    const TEMP_FILE file(BYTES{1}, ".q");
+    const int index = add(take<'a'>, "A", "q\0*.q\0");
+    INPUT_HANDLE* last = nullptr;
+    for (int i = 0; i < INPUT_HANDLE_MAX; ++i) {
+        last = input_open(file.name(), -1, nullptr);
+        ASSERT_TRUE(last);
+    }
+    EXPECT_EQ(input_open(file.name(), -1, nullptr), nullptr);
+    EXPECT_EQ(input_open_error(), INPUT_FAIL_TOO_MANY_OPEN);
+    input_close(last);
+    EXPECT_EQ(input_open(file.name(), -1, nullptr), last);
+    input_table_exit();
+    EXPECT_EQ(input_record(index)->use_count, 0);
+    while (input_record_n() < INPUT_RECORD_MAX) add(take<'b'>, "B", "q\0*.q\0");
+    EXPECT_EQ(add(take<'b'>, "B", "q\0*.q\0"), -1);
+}
+
+TEST_F(InputTable, FaultsAndLiesOfAReaderStayWithIt) {
+    const TEMP_FILE file(BYTES{1}, ".q");
+    const int index = add(take<'a'>, "A", "q\0*.q\0");
+    INPUT_HANDLE* handle = input_open(file.name(), -1, nullptr);
+    ASSERT_TRUE(handle);
+    uint8_t buffer[8];
+    EXPECT_EQ(input_read_video(handle, 0, buffer, sizeof buffer, 1, 1, 24), 8);
+    EXPECT_EQ(input_read_audio(handle, 0, 4, buffer), 0);
+    EXPECT_TRUE(input_is_keyframe(handle, 0));
+    faults = true;
+    EXPECT_EQ(input_read_video(handle, 0, buffer, sizeof buffer, 1, 1, 24), 0);
+    EXPECT_EQ(input_read_audio(handle, 0, 4, buffer), 0);
+    EXPECT_EQ(input_open(file.name(), -1, nullptr), nullptr);
+    EXPECT_EQ(reported,
+              "A INPUT_PLUGIN_TABLE::func_read_video()\n"
+              "A INPUT_PLUGIN_TABLE::func_read_audio()\n"
+              "A INPUT_PLUGIN_TABLE::func_open()\n");
+    EXPECT_EQ(input_record(index)->use_count, 1);
+}
+
+TEST_F(InputTable, ReadsFilesByTheBuiltInReaders) {
+    AVI_BUILD build;
+    build.streams = {avi_video_stream(2, 2, 24, 0)};
+    build.chunks = {{0, "db", bytes_pattern(16, 1)}, {0, "dc", bytes_pattern(16, 2), false}};
+    const TEMP_FILE avi(avi_build(build), ".AVI");
+    INPUT_HANDLE* handle = input_open(avi.name(), -1, nullptr);
+    ASSERT_TRUE(handle);
+    INPUT_MEDIA_INFO info = {};
+    EXPECT_EQ(input_info(handle, &info), 1);
+    EXPECT_EQ(info.frames, 2);
+    BYTES frame(16);
+    bool damaged = true;
+    EXPECT_EQ(input_read_video(handle, 1, frame.data(), 16, 2, 2, 24, &damaged), 16);
+    EXPECT_FALSE(damaged);
+    EXPECT_EQ(frame, build.chunks[1].data);
+    EXPECT_TRUE(input_is_keyframe(handle, 0));
+    EXPECT_FALSE(input_is_keyframe(handle, 1));
+    EXPECT_EQ(input_read_video(handle, 1, frame.data(), 5, 2, 2, 24, &damaged), 5);
+    EXPECT_TRUE(damaged);
+    EXPECT_EQ(input_open(avi.name(), input_index(handle), nullptr), nullptr);  // the rows behind it are not there yet
+    const TEMP_FILE wav(wave_build(avi_sound_format(1, 1, 8000, 16), BYTES(1600)), ".wav");
+    EXPECT_EQ(input_index(input_open(wav.name(), -1, nullptr)), 1);
+}
