@@ -1,0 +1,246 @@
+#include "output/avi_writer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <span>
+#include <thread>
+
+#include "output/avi_file.h"
+#include "output/avi_header.h"
+#include "output/avi_list.h"
+#include "output/avi_recover.h"
+#include "output/save_flags.h"
+#include "platform/file.h"
+
+static const char MADE_BY[] = "This file was made by Vantel 2.41m7.";
+static constexpr std::chrono::milliseconds CREATE_PAUSE(1000);
+
+void avi_writer_set_unit(int kib) { avi_writer_settings.unit_kib = uint32_t(std::clamp(kib, 0, 65536)); }
+
+void avi_writer_set_frame_limit(int frames) {
+    avi_writer_settings.frame_limit = uint32_t(std::clamp(frames, 1024, 8388607));
+}
+
+/// Opens the compressor's session and the sound conversion that the flags ask for. No compressor and no sound
+/// conversion is registered, so every flag that needs one fails here, and no session is ever open elsewhere.
+static int sessions_open(uint32_t flags) {
+    const bool recompress = (flags & SAVE_VIDEO_COPY) && (flags & SAVE_VIDEO_COPY_OR_RECOMPRESS);
+    if (!(flags & SAVE_WAV_FILE) && ((flags & SAVE_VIDEO_COMPRESS) || recompress)) return AVI_NO_VIDEO_CODEC;
+    if (flags & SAVE_AUDIO_COMPRESS) return AVI_NO_AUDIO_CODEC;
+    return AVI_OK;
+}
+
+static int file_create_patiently(const char* name) {
+    int file = file_create(name);
+    if (file >= 0 || file_is_folder(name)) return file;
+    std::this_thread::sleep_for(CREATE_PAUSE);  // a virus scanner or a player may hold the file for a moment
+    return file_create(name);
+}
+
+static bool writer_start(AVI_WRITER* w, const char* name) {
+    w->file = file_create_patiently(name);
+    if (w->file < 0) return false;
+    w->chunk_capacity = 2 * avi_writer_settings.frame_limit;
+    w->chunk_table = page_alloc_bytes(size_t{w->chunk_capacity} * sizeof(uint32_t));
+    if (!w->chunk_table) return false;
+    const uint32_t unit = avi_writer_settings.unit_kib * 1024;
+    if (unit == 0) return true;
+    w->ring = avi_ring_start(w->file, 0, unit);
+    return w->ring != nullptr;
+}
+
+/// Frees everything. False when the disk thread hangs: it keeps the file then.
+static bool writer_end(AVI_WRITER* w) {
+    const bool ended = !w->ring || avi_ring_stop(w->ring);
+    if (ended) file_close(w->file);
+    *w = AVI_WRITER{};
+    return ended;
+}
+
+static bool put_stream(AVI_WRITER* w, AVI_STREAM_KIND kind, std::span<const uint8_t> format) {
+    AVI_WRITER_STREAM& stream = w->stream[kind];
+    AVI_OPEN_CHUNK strl;
+    avi_list_open(w, &strl, FCC_LIST, FCC_STRL);
+    stream.strh_pos = avi_file_position(w) + sizeof(AVI_CHUNK_HEADER);
+    avi_chunk_put(w, FCC_STRH, &stream.strh, sizeof(stream.strh));
+    avi_chunk_put(w, FCC_STRF, format.data(), uint32_t(format.size()));
+    stream.indx_pos = avi_file_position(w);
+    const AVI_CHUNK_HEADER room = {FCC_JUNK, AVI_SUPER_ROOM};
+    avi_file_put(w, &room, sizeof(room));
+    avi_file_put_zeros(w, room.size);
+    return avi_chunk_close(w, strl);
+}
+
+static bool begin_avi(AVI_WRITER* w, const SAVE_CONTEXT* context, uint32_t flags) {
+    const bool audio = flags & SAVE_AUDIO;
+    w->stream[AVI_VIDEO].used = true;
+    w->stream[AVI_VIDEO].strh = avi_header_video(context, flags);
+    w->stream[AVI_AUDIO].used = audio;
+    w->avih = avi_header_main(context, audio ? 2 : 1);
+
+    AVI_OPEN_CHUNK hdrl;
+    avi_list_open(w, &w->riff, FCC_RIFF, FCC_AVI);
+    avi_list_open(w, &hdrl, FCC_LIST, FCC_HDRL);
+    w->avih_pos = avi_file_position(w) + sizeof(AVI_CHUNK_HEADER);
+    avi_chunk_put(w, FCC_AVIH, &w->avih, sizeof(w->avih));
+    put_stream(w, AVI_VIDEO, avi_format_video(context, flags));
+    if (audio) put_stream(w, AVI_AUDIO, avi_format_audio(context, flags));
+    w->odml_pos = avi_file_position(w);
+    const AVI_CHUNK_HEADER room = {FCC_JUNK, AVI_ODML_ROOM};
+    avi_file_put(w, &room, sizeof(room));
+    avi_file_put_zeros(w, room.size);
+    return avi_chunk_close(w, hdrl) && avi_list_begin_data(w, MADE_BY);
+}
+
+static bool begin_wav(AVI_WRITER* w, const SAVE_CONTEXT* context, uint32_t flags) {
+    const std::span<const uint8_t> format = avi_format_audio(context, flags);
+    avi_list_open(w, &w->riff, FCC_RIFF, FCC_WAVE);
+    avi_chunk_put(w, FCC_FMT, format.data(), uint32_t(format.size()));
+    avi_chunk_open(w, &w->list, FCC_DATA);
+    w->movi_data = w->pos;
+    return !w->failed;
+}
+
+static int open_steps(AVI_WRITER* w, const SAVE_CONTEXT* context, const char* name, uint32_t flags) {
+    if (!writer_start(w, name)) return AVI_NO_FILE;
+    if (const int result = sessions_open(flags); result != AVI_OK) return result;
+    if (flags & (SAVE_WAV_FILE | SAVE_AUDIO)) w->stream[AVI_AUDIO].strh = avi_header_audio(context, flags);
+    const bool begun = flags & SAVE_WAV_FILE ? begin_wav(w, context, flags) : begin_avi(w, context, flags);
+    // Flushed, so that headers without room are a failure of the opening, and recovery may rely on them.
+    return begun && avi_file_flush(w) ? AVI_OK : AVI_NO_FILE;
+}
+
+int avi_open(SAVE_CONTEXT* context, const char* name, uint32_t flags, const void* info, size_t info_size) {
+    AVI_WRITER* w = &avi_writer;
+    if (w->file >= 0 || info_size > AVI_INFO_MAX || !(flags & (SAVE_VIDEO | SAVE_WAV_FILE))) return AVI_NO_FILE;
+    *w = AVI_WRITER{};
+    context->media_flag = 0;
+    if (info_size != 0) memcpy(w->info, info, info_size);
+    w->info_size = info_size;
+    const int result = open_steps(w, context, name, flags);
+    if (result != AVI_OK) {
+        writer_end(w);
+        return result;
+    }
+    context->media_flag = flags & SAVE_WAV_FILE ? WRITER_WAV | WRITER_AUDIO : WRITER_AVI | WRITER_VIDEO;
+    if (flags & SAVE_AUDIO) context->media_flag |= WRITER_AUDIO;
+    return AVI_OK;
+}
+
+/// The counts may outgrow their fields, which then stay at the largest value.
+static uint32_t field_of(uint64_t count) { return uint32_t(std::min<uint64_t>(count, UINT32_MAX)); }
+
+static void put_odml(AVI_WRITER* w) {
+    const uint32_t odml[] = {FCC_LIST, AVI_ODML_ROOM, FCC_ODML,
+                             FCC_DMLH, AVI_DMLH_SIZE, field_of(w->stream[AVI_VIDEO].total_units)};
+    avi_file_patch(w, w->odml_pos, odml, sizeof(odml));
+}
+
+static void put_headers_again(AVI_WRITER* w) {
+    w->avih.dwTotalFrames = field_of(w->stream[AVI_VIDEO].total_units);
+    avi_file_patch(w, w->avih_pos, &w->avih, sizeof(w->avih));
+    for (AVI_WRITER_STREAM& stream : w->stream) {
+        if (!stream.used) continue;
+        stream.strh.dwLength = field_of(stream.total_units);
+        stream.strh.dwSuggestedBufferSize = stream.max_chunk;
+        avi_file_patch(w, stream.strh_pos, &stream.strh, sizeof(stream.strh));
+    }
+    if (w->odml_pos != 0) put_odml(w);
+}
+
+static void close_avi(AVI_WRITER* w) {
+    if (w->riff_part == 0) w->odml_pos = 0;
+    if (!avi_list_finish(w)) {
+        w->lost = true;
+        avi_recover(w);
+        if (avi_list_finish(w)) w->failed = !avi_recover_cut(w);
+    }
+    put_headers_again(w);
+}
+
+static bool close_wav_chunks(AVI_WRITER* w) { return avi_chunk_close(w, w->list) && avi_chunk_close(w, w->riff); }
+
+static void close_wav(AVI_WRITER* w) {
+    if (close_wav_chunks(w)) return;
+    w->lost = true;
+    avi_recover_wav(w);
+    if (close_wav_chunks(w)) w->failed = !avi_recover_cut(w);
+}
+
+int avi_close(SAVE_CONTEXT* context) {
+    AVI_WRITER* w = &avi_writer;
+    const bool wav = context->media_flag & WRITER_WAV;
+    context->media_flag = 0;
+    if (w->file < 0) return 1;
+    if (wav) {
+        close_wav(w);
+    } else {
+        close_avi(w);
+    }
+    // Cheap even behind a long save, as the disk thread has kept the file on its way to the disk (avi_disk.h).
+    const bool complete = avi_file_flush(w) && file_sync(w->file) && !w->lost;
+    return writer_end(w) && complete;
+}
+
+/// Notes a refusal, so that avi_close tells of it.
+static int put_result(AVI_WRITER* w, bool stored) {
+    if (!stored) w->lost = true;
+    return stored ? AVI_OK : AVI_LOST;
+}
+
+int avi_put_frame(SAVE_CONTEXT* context, const void* pixels, uint32_t* out_size) {
+    if (!(context->media_flag & WRITER_VIDEO)) return AVI_OK;
+    const uint32_t size = context->video_header.biSizeImage;
+    if (out_size) *out_size = size;
+    return put_result(&avi_writer, avi_list_put_chunk(&avi_writer, AVI_VIDEO, pixels, size, true));
+}
+
+int avi_put_stored_frame(SAVE_CONTEXT* context, const void* bytes, size_t size, uint32_t flags) {
+    if (!(context->media_flag & WRITER_VIDEO)) return AVI_OK;
+    const bool key = flags & AVIIF_KEYFRAME;
+    return put_result(&avi_writer, avi_list_put_chunk(&avi_writer, AVI_VIDEO, bytes, size, key));
+}
+
+static bool put_wav(AVI_WRITER* w, const void* bytes, size_t size) {
+    // Keeps both size fields within 32 bits; pos itself never passes UINT32_MAX here.
+    if (size > UINT32_MAX - w->pos) return false;
+    w->stream[AVI_AUDIO].part_units += size;
+    return avi_file_put(w, bytes, size);
+}
+
+int avi_put_stored_audio(SAVE_CONTEXT* context, const void* bytes, size_t size) {
+    if (!(context->media_flag & WRITER_AUDIO) || size == 0) return AVI_OK;
+    AVI_WRITER* w = &avi_writer;
+    if (context->media_flag & WRITER_WAV) return put_result(w, put_wav(w, bytes, size));
+    return put_result(w, avi_list_put_chunk(w, AVI_AUDIO, bytes, size, true));
+}
+
+int avi_put_audio(SAVE_CONTEXT* context, const void* bytes, size_t size) {
+    return avi_put_stored_audio(context, bytes, size);
+}
+
+int avi_restart_compressor(SAVE_CONTEXT* context, const VIDEO_CODEC_SETTING* setting) {
+    (void)setting;
+    return context->media_flag & WRITER_COMPRESSOR ? AVI_NO_VIDEO_CODEC : AVI_OK;
+}
+
+uint8_t* avi_info_add(uint8_t* target, uint32_t code, const char* text) {
+    const size_t length = strlen(text);
+    const AVI_CHUNK_HEADER header = {code, uint32_t((length + 4) / 4 * 4)};
+    memcpy(target, &header, sizeof(header));
+    target += sizeof(header);
+    memset(target, 0, header.size);
+    memcpy(target, text, length);
+    return target + header.size;
+}
+
+int64_t avi_data_rate(const SAVE_CONTEXT* context) {
+    const AVI_WRITER* w = &avi_writer;
+    const AVI_WRITER_STREAM& video = w->stream[AVI_VIDEO];
+    const uint64_t frames = video.total_units + video.part_units;
+    const AVI_STREAM_INFO& rate = context->video_stream;
+    if (!(context->media_flag & WRITER_VIDEO) || frames == 0 || rate.dwScale == 0) return 0;
+    const double bits = double(avi_file_position(w)) * rate.dwRate / rate.dwScale / double(frames) * 8;
+    return int64_t(std::min(bits, 9e18));
+}

@@ -1,0 +1,220 @@
+#include "output/avi_writer.h"
+
+#include <chrono>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include "../output/avi_sample.h"
+#include "../output/riff_dump.h"
+#include "output/avi_header.h"
+
+static std::string expected_dump(const char* name) {
+    std::ifstream file(std::string(VANTEL_SOURCE_DIR) + "/tests/output/data/" + name);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+static BYTES sample_info() {
+    BYTES info(64);
+    memcpy(info.data(), "INFO", 4);
+    uint8_t* end = avi_info_add(info.data() + 4, VANTEL_FOURCC('I', 'S', 'B', 'J'), "abc");
+    end = avi_info_add(end, VANTEL_FOURCC('I', 'C', 'M', 'T'), "four");
+    info.resize(size_t(end - info.data()));
+    return info;
+}
+
+static BYTES write_chunks(const std::vector<SAMPLE_CHUNK>& chunks, uint32_t flags, const BYTES& info, int expected = 1) {
+    const SAMPLE_FILE file("chunks.avi");
+    const auto context = sample_context();
+    EXPECT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), flags, info.data(), info.size()));
+    for (const SAMPLE_CHUNK& chunk : chunks) EXPECT_EQ(1, sample_put(context.get(), chunk));
+    EXPECT_EQ(expected, avi_close(context.get()));
+    EXPECT_EQ(0u, context->media_flag);
+    return file.load();
+}
+
+TEST(AviWriter, MatchesTheDumps) {
+    const SAMPLE_SETTINGS settings;
+    for (const int unit : {0, 1, 4096}) {
+        SCOPED_TRACE(unit);
+        avi_writer_set_unit(unit);
+        avi_writer_settings.part_limit = settings.before.part_limit;
+        const uint32_t both = SAVE_VIDEO | SAVE_AUDIO;
+        EXPECT_EQ(expected_dump("plain.txt"), riff_dump(write_chunks(sample_chunks(16, 5), both, sample_info())));
+        EXPECT_EQ(expected_dump("empty.txt"), riff_dump(write_chunks({}, both, {})));
+        avi_writer_settings.part_limit = 8192;
+        EXPECT_EQ(expected_dump("split.txt"), riff_dump(write_chunks(sample_chunks(26, 60), both, sample_info())));
+    }
+}
+
+TEST(AviWriter, RawFramesAndWavMatchTheDumps) {
+    const SAMPLE_FILE file("raw");
+    auto context = sample_context();
+    ASSERT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), SAVE_VIDEO, nullptr, 0));
+    EXPECT_EQ(WRITER_AVI | WRITER_VIDEO, context->media_flag);
+    EXPECT_EQ(0, avi_data_rate(context.get()));
+    for (uint32_t i = 0; i < 3; ++i) {
+        uint32_t size = 0;
+        EXPECT_EQ(AVI_OK, avi_put_frame(context.get(), sample_bytes(i, 288).data(), &size));
+        EXPECT_EQ(288u, size);
+        EXPECT_EQ(AVI_OK, avi_put_audio(context.get(), "no stream", 9));
+        EXPECT_EQ(AVI_OK, avi_restart_compressor(context.get(), &context->decoder));
+    }
+    EXPECT_EQ(int64_t((4096 + 3 * 296) * 30000.0 / 1001 / 3 * 8), avi_data_rate(context.get()));
+    EXPECT_EQ(AVI_NO_FILE, avi_open(sample_context().get(), "/tmp/other", SAVE_VIDEO, nullptr, 0));
+    EXPECT_EQ(1, avi_close(context.get()));
+    EXPECT_EQ(expected_dump("video_only.txt"), riff_dump(file.load()));
+
+    ASSERT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), SAVE_WAV_FILE | SAVE_AUDIO, nullptr, 0));
+    EXPECT_EQ(WRITER_WAV | WRITER_AUDIO, context->media_flag);
+    EXPECT_EQ(AVI_OK, avi_put_audio(context.get(), sample_bytes(1, 20).data(), 20));
+    EXPECT_EQ(AVI_OK, avi_put_audio(context.get(), nullptr, 0));
+    EXPECT_EQ(AVI_OK, avi_put_stored_audio(context.get(), sample_bytes(2, 33).data(), 33));
+    EXPECT_EQ(AVI_OK, avi_put_frame(context.get(), nullptr, nullptr));
+    EXPECT_EQ(0, avi_data_rate(context.get()));
+    EXPECT_EQ(1, avi_close(context.get()));
+    EXPECT_EQ(expected_dump("wav.txt"), riff_dump(file.load()));
+}
+
+TEST(AviWriter, RingSizesGiveTheSameFile) {
+    const SAMPLE_SETTINGS settings;
+    avi_writer_settings.part_limit = 300000;
+    std::mt19937 random(7);
+    std::vector<SAMPLE_CHUNK> chunks;
+    for (int i = 0; i < 400; ++i) {
+        // around the unit, the ring, and tiny
+        const size_t sizes[] = {random() % 6000, random() % 40, 1024 - random() % 20, 4096 - random() % 20};
+        BYTES bytes(sizes[random() % 4]);
+        for (uint8_t& byte : bytes) byte = uint8_t(random());
+        chunks.push_back({random() % 3 == 0 && !bytes.empty() ? FCC_01WB : FCC_00DB, std::move(bytes)});
+    }
+    avi_writer_set_unit(0);
+    const BYTES direct = write_chunks(chunks, SAVE_VIDEO | SAVE_AUDIO, {});
+    for (const int unit : {1, 3, 64, 4096}) {
+        avi_writer_set_unit(unit);
+        EXPECT_TRUE(direct == write_chunks(chunks, SAVE_VIDEO | SAVE_AUDIO, {})) << unit;
+    }
+}
+
+TEST(AviWriter, RefusesWhatCannotBeWritten) {
+    const SAMPLE_SETTINGS settings;
+    const SAMPLE_FILE file("refused.avi");
+    const auto context = sample_context();
+    const char* name = file.path.c_str();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(AVI_NO_FILE, avi_open(context.get(), "/tmp", SAVE_VIDEO, nullptr, 0));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
+    EXPECT_EQ(AVI_NO_FILE, avi_open(context.get(), "/nowhere/at/all.avi", SAVE_VIDEO, nullptr, 0));
+    EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
+    EXPECT_EQ(AVI_NO_FILE, avi_open(context.get(), name, SAVE_AUDIO, nullptr, 0));
+    EXPECT_EQ(AVI_NO_VIDEO_CODEC, avi_open(context.get(), name, SAVE_VIDEO | SAVE_VIDEO_COMPRESS, nullptr, 0));
+    EXPECT_EQ(AVI_NO_VIDEO_CODEC, avi_open(context.get(), name, 1 | 32 | 128, nullptr, 0));
+    EXPECT_EQ(AVI_NO_AUDIO_CODEC, avi_open(context.get(), name, SAVE_VIDEO | SAVE_AUDIO | 8, nullptr, 0));
+    EXPECT_EQ(0u, context->media_flag);
+    EXPECT_EQ(1, avi_close(context.get()));
+
+    avi_writer_settings.frame_limit = 1;
+    ASSERT_EQ(AVI_OK, avi_open(context.get(), name, SAVE_VIDEO, nullptr, 0));
+    EXPECT_EQ(AVI_LOST, avi_put_stored_frame(context.get(), nullptr, size_t{AVI_WORD_SIZE} + 1, 0));
+    EXPECT_EQ(AVI_OK, avi_put_stored_frame(context.get(), "a", 1, 0));
+    EXPECT_EQ(AVI_OK, avi_put_stored_frame(context.get(), "b", 1, 0));
+    EXPECT_EQ(AVI_LOST, avi_put_stored_frame(context.get(), "c", 1, 0));
+    EXPECT_EQ(0, avi_close(context.get()));
+    EXPECT_EQ(2u, riff_u32(file.load(), 48));  // avih.dwTotalFrames
+}
+
+TEST(AviWriter, StopsBeforeThe127thList) {
+    const SAMPLE_SETTINGS settings;
+    avi_writer_settings.part_limit = 6146;  // one chunk in each list
+    const SAMPLE_FILE file("lists.avi");
+    const auto context = sample_context();
+    ASSERT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), SAVE_VIDEO | SAVE_AUDIO, nullptr, 0));
+    const BYTES frame = sample_bytes(1, 6201);
+    for (int i = 0; i < 126; ++i) ASSERT_EQ(AVI_OK, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
+    EXPECT_EQ(AVI_LOST, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
+    EXPECT_EQ(AVI_LOST, avi_put_stored_audio(context.get(), "ab", 2));
+    EXPECT_EQ(0, avi_close(context.get()));
+    const BYTES bytes = file.load();
+    size_t lists = 0;
+    for (size_t at = 0; at + 8 < bytes.size(); at += riff_u32(bytes, at + 4) + 8) {
+        ASSERT_EQ("RIFF", riff_code(bytes, at));
+        ++lists;
+        EXPECT_EQ(bytes.size() - bytes.size(), bytes.size() % 2);
+    }
+    EXPECT_EQ(126u, lists);
+    EXPECT_EQ(126u, riff_u32(bytes, 48));
+    EXPECT_EQ("indx", riff_code(bytes, 0xD4));
+    EXPECT_EQ(126u, riff_u32(bytes, 0xD4 + 12));
+    const size_t last = 0xD4 + 32 + 125 * 16;
+    EXPECT_EQ("ix00", riff_code(bytes, riff_u32(bytes, last)));
+    EXPECT_EQ(40u, riff_u32(bytes, last + 8));
+    EXPECT_EQ("JUNK", riff_code(bytes, 0x93A));  // no list holds sound
+}
+
+TEST(AviWriter, WavEndsBelowFourGiB) {
+    const SAMPLE_SETTINGS settings;
+    avi_writer_set_unit(0);
+    const SAMPLE_FILE file("large.wav");
+    const auto context = sample_context();
+    ASSERT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), SAVE_WAV_FILE | SAVE_AUDIO, nullptr, 0));
+    avi_writer.pos = 0xFFFFFFF0;  // a hole in the file stands for the bytes before
+    const BYTES sound = sample_bytes(1, 16);
+    EXPECT_EQ(AVI_LOST, avi_put_audio(context.get(), sound.data(), 16));
+    EXPECT_EQ(AVI_OK, avi_put_audio(context.get(), sound.data(), 15));
+    EXPECT_EQ(AVI_LOST, avi_put_audio(context.get(), sound.data(), 1));
+    EXPECT_EQ(0, avi_close(context.get()));
+    std::ifstream in(file.path, std::ios::binary);
+    BYTES head(46);
+    in.read(reinterpret_cast<char*>(head.data()), 46);
+    EXPECT_EQ(0xFFFFFFF8u, riff_u32(head, 4));
+    EXPECT_EQ(0xFFFFFFFFu - 46, riff_u32(head, 42));
+    in.seekg(0, std::ios::end);
+    EXPECT_EQ(0x100000000, in.tellg());
+}
+
+TEST(AviWriter, HeadersFollowTheMode) {
+    auto context = sample_context();
+    context->video_stream.fccHandler = 0x11;
+    context->decoder.handler = 0x22;
+    context->decoder.quality = 7500;
+    context->decoder.output_format_size = 44;
+    context->video_format_size = FORMAT_SIZE_MAX + 1;
+    context->video_header.biCompression = 0x33;
+    EXPECT_EQ(0x33u, avi_header_video(context.get(), SAVE_VIDEO).fccHandler);
+    EXPECT_EQ(0x11u, avi_header_video(context.get(), SAVE_VIDEO | SAVE_VIDEO_COPY).fccHandler);
+    EXPECT_EQ(0x22u, avi_header_video(context.get(), SAVE_VIDEO | SAVE_VIDEO_COMPRESS).fccHandler);
+    EXPECT_EQ(7500u, avi_header_video(context.get(), SAVE_VIDEO | SAVE_VIDEO_COMPRESS).dwQuality);
+    EXPECT_EQ(44u, avi_format_video(context.get(), SAVE_VIDEO_COMPRESS).size());
+    EXPECT_EQ(size_t{FORMAT_SIZE_MAX}, avi_format_video(context.get(), SAVE_VIDEO_COPY).size());
+
+    const WAVEFORMATEX chosen = {0x55, 2, 48000, 0, 3, 4, 0};
+    memcpy(context->converter.target_format, &chosen, sizeof(chosen));
+    context->converter.target_format_size = 18;
+    AVI_STREAM_HEADER audio = avi_header_audio(context.get(), SAVE_AUDIO_COMPRESS);
+    EXPECT_EQ(0x55u, audio.fccHandler);
+    EXPECT_EQ(3u, audio.dwScale);
+    EXPECT_EQ(48000u, audio.dwRate);  // 4 * 2 * 48000 / 8
+    EXPECT_EQ(3u, audio.dwSampleSize);
+
+    context->audio_format[0] = 0x50;  // cut off behind the tag
+    context->audio_format_size = 2;
+    context->audio_stream.dwScale = 1152;
+    context->audio_stream.dwRate = 44100;
+    audio = avi_header_audio(context.get(), SAVE_AUDIO_COPY);
+    EXPECT_EQ(0x50u, audio.fccHandler);
+    EXPECT_EQ(1152u, audio.dwScale);
+    EXPECT_EQ(44100u, audio.dwRate);
+    EXPECT_EQ(0u, audio.dwSampleSize);
+
+    const auto micro = [&](uint32_t scale, uint32_t rate) {
+        context->video_stream.dwScale = scale;
+        context->video_stream.dwRate = rate;
+        return avi_header_main(context.get(), 1).dwMicroSecPerFrame;
+    };
+    EXPECT_EQ(33366u, micro(1001, 30000));
+    EXPECT_EQ(33367u, micro(33367, 1000000));
+    EXPECT_EQ(0u, micro(1, 0));
+    EXPECT_EQ(0xFFFFFFFFu, micro(0xFFFFFFFF, 1));
+}
