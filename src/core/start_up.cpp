@@ -1,0 +1,111 @@
+#include "core/start_up.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/compression_settings.h"
+#include "core/edit_state.h"
+#include "core/exception_report.h"
+#include "core/fps_list.h"
+#include "core/frame_table.h"
+#include "core/history.h"
+#include "core/memory.h"
+#include "core/profile.h"
+#include "core/settings.h"
+#include "core/source.h"
+#include "hosts/filter.h"
+#include "output/avi_writer.h"
+#include "pipeline/frame_cache.h"
+#include "pipeline/worker_pool.h"
+#include "pixels/convert.h"
+#include "pixels/frame_buffer.h"
+#include "platform/ini.h"
+#include "platform/simd.h"
+#include "platform/thread.h"
+#include "readers/input_table.h"
+
+static constexpr char SECTION_EDIT[] = "edit";
+
+static bool window_mode_now;
+
+bool start_up_window_mode() { return window_mode_now; }
+
+static bool allocate_edit_state() {
+    edit_state = static_cast<EDIT_STATE*>(mem_alloc(sizeof(EDIT_STATE)));
+    return edit_state != nullptr;
+}
+
+static void apply_settings() {
+    const SYSTEM_SETTINGS& s = system_settings;
+    frame_geometry = frame_geometry_make(s.width, s.height, s.yuy2mode ? PIXEL_SIZE_YUY2 : PIXEL_SIZE_YC48);
+    simd_enabled = s.sse && s.sse2;
+    yuy2_limit = s.yuy2limit;
+    avi_writer_set_unit(s.saveunitsize);
+    avi_writer_set_frame_limit(s.frame);
+}
+
+static void start_workers() {
+    const int n = system_settings.multithread ? system_settings.multithread : processor_count();
+    worker_pool_start(n, {system_settings.multithreadexcept != 0, system_settings.threadcpuseparate != 0});
+}
+
+static void read_edit_section(EDIT_STATE* edit) {
+    ini_read_text(settings_file(), SECTION_EDIT, "file", edit->file_name, "");
+    ini_read_text(settings_file(), SECTION_EDIT, "project", edit->project_name, "");
+    ini_read_text(settings_file(), SECTION_EDIT, "audioext", source_audio_extension, "");
+    history_read();
+}
+
+static void write_edit_section(const EDIT_STATE* edit) {
+    ini_batch_begin(settings_file());
+    ini_write_text(settings_file(), SECTION_EDIT, "file", edit->file_name);
+    ini_write_text(settings_file(), SECTION_EDIT, "project", edit->project_name);
+    ini_write_text(settings_file(), SECTION_EDIT, "audioext", source_audio_extension);
+    history_write();
+    ini_batch_end(settings_file());
+}
+
+static bool create_edit_content(EDIT_STATE* edit) {
+    std::memset(edit, 0, sizeof *edit);
+    edit->audio_setting.interleave = 1;
+    if (!frame_table_alloc(system_settings.frame) || !frame_cache_start()) return false;
+    fps_list_parse(&fps_list, system_settings.fpslist);
+    read_edit_section(edit);
+    compression_settings_read(edit);
+    return true;
+}
+
+EDIT_STATE* start_up(bool window_mode) {
+    if (edit_state || !allocate_edit_state()) return nullptr;
+    window_mode_now = window_mode;
+    std::signal(SIGXFSZ, SIG_IGN);  // a file-size limit is a short write, not the end of the program
+    exception_report_install();
+    settings_read();
+    apply_settings();
+    start_workers();
+    input_table_init();
+    if (!create_edit_content(edit_state)) {
+        shut_down();
+        return nullptr;
+    }
+    filter_system_init(0, window_mode ? edit_state : nullptr);
+    profile_system_init(window_mode);
+    return edit_state;
+}
+
+void shut_down() {
+    EDIT_STATE* edit = edit_state;
+    if (!edit) return;
+    close_edit(edit);
+    profile_system_exit();
+    filter_system_exit();
+    if (window_mode_now) compression_settings_write(edit);
+    if (window_mode_now) write_edit_section(edit);
+    frame_cache_stop();
+    frame_table_free();
+    input_table_exit();
+    worker_pool_stop();
+    mem_free(edit);
+    edit_state = nullptr;
+}

@@ -1,0 +1,3 @@
+#include "core/ui_hooks.h"
+
+UI_HOOKS ui_hooks;

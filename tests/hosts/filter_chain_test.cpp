@@ -1,0 +1,181 @@
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+
+#include "core/profile.h"
+#include "filter_fixture.h"
+#include "hosts/filter_functions.h"
+#include "resources/language.h"
+#include "resources/string_ids.h"
+
+struct FILTER_CHAIN_TEST : FILTER_TABLE_TEST {
+    inline static STEPS events;  // what the filters were told
+    void SetUp() override {
+        FILTER_TABLE_TEST::SetUp();
+        events.clear();
+    }
+    static STEPS run(FILTER* first = nullptr, FILTER* stop = nullptr) {
+        FILTER_PROC_PARAM param{};
+        return steps_of([&] { filter_chain_run(&param, profile_current(), first, stop); });
+    }
+    static FILTER* restart(FILTER* stop) {
+        FILTER_PROC_PARAM param{};
+        return filter_chain_restart_point(&param, profile_current(), stop);
+    }
+    static STEPS chain_names(size_t from) {
+        STEPS names;
+        for (FILTER* const* at = filter_chain(); *at; ++at) {
+            if ((*at)->module) names.push_back((*at)->name);
+        }
+        return {names.begin() + long(from), names.end()};
+    }
+};
+
+TEST_F(FILTER_CHAIN_TEST, OrdersByPlaceThenByList) {
+    FILTER* a = add("a");
+    FILTER* last = add("last", FILTER_F_ORDER_LAST);
+    FILTER* first = add("first", FILTER_F_ORDER_FIRST);
+    FILTER* b = add("b");
+    FILTER* tool = add("tool", FILTER_F_DISPLAY);
+    FILTER* method = add("method", FILTER_F_DEINTERLACE_METHOD);
+    FILTER idle = record("idle", 0);
+    idle.func_proc = nullptr;
+    FILTER* none = add(idle);
+    start();
+    EXPECT_EQ(chain_names(0), (STEPS{"first", "a", "b", "last"}));
+    EXPECT_EQ(first->chain_order, 0);
+    EXPECT_EQ(last->chain_order, 127);
+    // noise, sharpen, blur, clip, border, volume and size come before plug-ins
+    EXPECT_EQ(a->chain_order, 8);
+    EXPECT_EQ(b->chain_order, 9);
+    for (const FILTER* filter : {tool, method, none}) EXPECT_EQ(filter->chain_order, -1);
+
+    b->chain_order = 0;
+    a->chain_order = 127;
+    last->chain_order = 128;
+    filter_chain_rebuild();
+    EXPECT_EQ(chain_names(0), (STEPS{"first", "b", "a"}));
+}
+
+TEST_F(FILTER_CHAIN_TEST, RunsActivePictureFiltersBetweenStartAndStop) {
+    add("a", FILTER_F_ACTIVE);
+    FILTER* b = add("b", FILTER_F_ACTIVE);
+    add("off");
+    add("sound", FILTER_F_ACTIVE | FILTER_F_AUDIO);
+    FILTER* c = add("c", FILTER_F_ACTIVE);
+    FILTER* off = filter_plugin_add(b, &faults, "", nullptr);
+    start();
+    EXPECT_EQ(run(), (STEPS{"a", "b", "c", "b"}));
+    EXPECT_EQ(run(b), (STEPS{"b", "c", "b"}));
+    EXPECT_EQ(run(nullptr, c), (STEPS{"a", "b"}));
+    EXPECT_EQ(run(c, c), STEPS{});
+    filter_set_active(off, false);
+    FILTER_PROC_PARAM param{};
+    EXPECT_EQ(steps_of([&] { filter_chain_run_audio(&param, profile_current(), nullptr); }), STEPS{"sound"});
+    EXPECT_EQ(steps_of([&] { filter_chain_run_audio(&param, profile_current(), b); }), STEPS{});
+    EXPECT_EQ(param.flags, 0u);
+    filter_all_off();
+    EXPECT_EQ(run(), STEPS{});
+    EXPECT_TRUE(filter_built_in(STR_FILTER_SIZE)->flags & FILTER_F_ACTIVE);
+}
+
+TEST_F(FILTER_CHAIN_TEST, RestartsAtTheLastTemporalFilterAheadOfTheStop) {
+    FILTER* a = add("a", FILTER_F_ACTIVE);
+    FILTER* early = add("early", FILTER_F_ACTIVE | FILTER_F_TEMPORAL);
+    add("sound", FILTER_F_ACTIVE | FILTER_F_TEMPORAL | FILTER_F_AUDIO);
+    FILTER* b = add("b", FILTER_F_ACTIVE);
+    FILTER* late = add("late", FILTER_F_ACTIVE | FILTER_F_TEMPORAL);
+    start();
+    EXPECT_EQ(restart(nullptr), late);
+    EXPECT_EQ(restart(late), early);
+    EXPECT_EQ(restart(b), early);
+    EXPECT_EQ(restart(early), nullptr);
+    EXPECT_EQ(restart(a), nullptr);
+    filter_set_active(late, false);
+    EXPECT_EQ(restart(nullptr), early);
+}
+
+TEST_F(FILTER_CHAIN_TEST, RunsDeinterlaceMethodsByNumberAndToolsByList) {
+    add("method", FILTER_F_DEINTERLACE_METHOD);
+    add("tool", FILTER_F_DISPLAY | FILTER_F_ACTIVE);
+    start();
+    FILTER_PROC_PARAM param{};
+    const auto method = [&](int number) {
+        return steps_of([&] { filter_run_deinterlace(&param, profile_current(), number); });
+    };
+    EXPECT_EQ(method(6), STEPS{"method"});
+    EXPECT_EQ(method(7), STEPS{});
+    EXPECT_EQ(param.flags, uint32_t(PROC_F_FIELDS_SWAPPED));  // the default: top field first
+    filter_select(filter_built_in(STR_FILTER_FIELD_ORDER), 0);
+    param.flags = PROC_F_FRAME_INVERTED;
+    EXPECT_EQ(steps_of([&] { filter_run_display(&param, profile_current()); }), STEPS{"tool"});
+    EXPECT_EQ(param.flags, uint32_t(PROC_F_FRAME_INVERTED));
+    filter_system_exit();
+    add("tool", FILTER_F_DISPLAY | FILTER_F_ACTIVE);
+    start(true);
+    EXPECT_EQ(steps_of([&] { filter_run_display(&param, "another profile"); }), STEPS{});
+}
+
+TEST_F(FILTER_CHAIN_TEST, GoesOnBehindAFilterThatCrashes) {
+    FILTER crash = record("crash", FILTER_F_ACTIVE);
+    crash.func_proc = [](FILTER*, FILTER_PROC_PARAM*) -> int { return std::raise(SIGSEGV); };
+    crash.func_is_saveframe = [](FILTER*, EDIT_STATE*, int, int, int, int, int) -> int { throw 1; };
+    crash.func_project_save = [](FILTER*, EDIT_STATE*, void*, int* size) -> int {
+        *size = 1000;
+        throw std::runtime_error("disk");
+    };
+    FILTER* filter = add(crash);
+    add("behind", FILTER_F_ACTIVE);
+    start();
+    EXPECT_EQ(run(), (STEPS{"crash", "behind"}));
+    EXPECT_EQ(filter_is_saveframe(filter, nullptr, 0, 0, 24, 0, 0), 1);
+    int size = 4;
+    EXPECT_FALSE(filter_project_save(filter, nullptr, nullptr, &size));
+    EXPECT_EQ(size, 4);
+    EXPECT_EQ(faults, (STEPS{"crash FILTER::func_proc()", "crash FILTER::func_is_saveframe()",
+                             "crash FILTER::func_project_save()"}));
+}
+
+TEST_F(FILTER_CHAIN_TEST, TellsFiltersInOrder) {
+    FILTER filter = record("video", 0);
+    filter.func_update = [](FILTER* f, int status) {
+        events.push_back(std::string(f->name) + " update " + std::to_string(status));
+        return 1;
+    };
+    filter.func_save_start = [](FILTER* f, int first, int last, EDIT_STATE*) {
+        events.push_back(std::string(f->name) + " start " + std::to_string(first) + "-" + std::to_string(last));
+        return 1;
+    };
+    filter.func_save_end = [](FILTER* f, EDIT_STATE*) {
+        events.push_back(std::string(f->name) + " end");
+        return 1;
+    };
+    filter.func_modify_title = [](FILTER* f, EDIT_STATE*, int, char* text, int) {
+        std::strcat(text, f->name);
+        return 1;
+    };
+    filter.func_WndProc = [](void*, uint32_t, uintptr_t, intptr_t, EDIT_STATE*, FILTER*) { return 0; };
+    FILTER* video = add(filter);
+    filter.name = "audio";
+    filter.flags = FILTER_F_AUDIO;
+    FILTER* audio = add(filter);
+    start();
+    // Messages go to filters with a window only.
+    video->window = &events;
+    const auto note = [](FILTER* f, uint32_t message, uintptr_t wparam) {
+        events.push_back(std::string(f->name) + " " + std::to_string(message) + " " + std::to_string(wparam));
+    };
+    filter_window_hooks.send = filter_window_hooks.post = note;
+
+    filter_notify_save_start(FILTER_SAVE_AUDIO, 2, 5, nullptr);
+    filter_notify_save_end(FILTER_SAVE_VIDEO | FILTER_SAVE_AUDIO, nullptr);
+    EXPECT_EQ(events, (STEPS{"audio start 2-5", "video 1129 0", "video 1130 0", "video end", "audio end"}));
+    events.clear();
+    filter_notify_update(video, 1 | FILTER_UPDATE_TRACK);
+    filter_set_active(audio, true);
+    filter_set_active(audio, true);
+    EXPECT_EQ(events, (STEPS{"video update 65537", "video 1135 65537", "audio 1133 0"}));
+    char title[64] = "title ";
+    filter_modify_title(nullptr, 0, title, sizeof title);
+    EXPECT_STREQ(title, "title videoaudio");
+}
