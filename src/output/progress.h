@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// Progress of a long run: the text of the title, the estimate of the time left, and the test that lets the user stop.
+/// One run at a time, main thread.
+
+/// Starts a run over frames first .. last; label is code page 932 and must stay valid for the run.
+void progress_begin(int first, int last, const char* label);
+/// Notes the frame reached.
+void progress_tick(int f);
+/// The rate that the text shows, bits a second; 0 = none.
+void progress_rate(uint32_t bits_per_second);
+/// True at most once a second: the text is to be renewed.
+bool progress_due();
+/// The text: label, percentage, count, time left, rate. Code page 932.
+void progress_text(char* buffer, size_t size);
+/// Shows the text when it is due: in the title, or without a window, when progress_terminal is on, on one line of
+/// standard error that is written over.
+void progress_show();
+/// Ends what progress_show began: the terminal's line is cleared, the title is the caller's again.
+void progress_end();
+/// Shows progress on standard error (option -q with a terminal there).
+void progress_terminal(bool on);
+
+/// The message pump of long runs: handles all waiting messages. Returns 1 when the run is to stop: the user agreed to
+/// question `text` (a string number), or SIGINT or SIGTERM came, which ask nothing. Sets the abort flag.
+int save_poll_abort(int text);
+/// The abort flag: whether the last run was stopped.
+bool save_aborted();
+void save_abort_clear();
+/// Makes SIGINT and SIGTERM stop a running save instead of the program; outside of one, they end the program as usual.
+void save_signals_install();
+/// Between begin and end, the two signals only set a flag for save_poll_abort.
+void save_signals_begin();
+void save_signals_end();
+
+/// Milliseconds of a steady clock; tests put their own in (null = the real one).
+void progress_set_clock(int64_t (*clock)());
