@@ -49,8 +49,7 @@ inline std::unique_ptr<SAVE_CONTEXT> sample_context() {
     auto context = std::make_unique<SAVE_CONTEXT>();
     context->media_width = SAMPLE_WIDTH;
     context->media_height = SAMPLE_HEIGHT;
-    context->video_header = {
-        40, SAMPLE_WIDTH, SAMPLE_HEIGHT, 1, 24, 0, SAMPLE_WIDTH * SAMPLE_HEIGHT * 3, 0, 0, 0, 0};
+    context->video_header = {40, SAMPLE_WIDTH, SAMPLE_HEIGHT, 1, 24, 0, SAMPLE_WIDTH * SAMPLE_HEIGHT * 3, 0, 0, 0, 0};
     context->audio_header = {1, 1, 8000, 16000, 2, 16, 0};
     context->video_stream.dwScale = 1001;
     context->video_stream.dwRate = 30000;

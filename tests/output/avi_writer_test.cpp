@@ -5,9 +5,9 @@
 #include <random>
 #include <sstream>
 
-#include "../output/avi_sample.h"
-#include "../output/riff_dump.h"
+#include "avi_sample.h"
 #include "output/avi_header.h"
+#include "riff_dump.h"
 
 static std::string expected_dump(const char* name) {
     std::ifstream file(std::string(VANTEL_SOURCE_DIR) + "/tests/output/data/" + name);
@@ -25,7 +25,8 @@ static BYTES sample_info() {
     return info;
 }
 
-static BYTES write_chunks(const std::vector<SAMPLE_CHUNK>& chunks, uint32_t flags, const BYTES& info, int expected = 1) {
+static BYTES write_chunks(const std::vector<SAMPLE_CHUNK>& chunks, uint32_t flags, const BYTES& info,
+                          int expected = 1) {
     const SAMPLE_FILE file("chunks.avi");
     const auto context = sample_context();
     EXPECT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), flags, info.data(), info.size()));
@@ -132,7 +133,8 @@ TEST(AviWriter, StopsBeforeThe127thList) {
     const auto context = sample_context();
     ASSERT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), SAVE_VIDEO | SAVE_AUDIO, nullptr, 0));
     const BYTES frame = sample_bytes(1, 6201);
-    for (int i = 0; i < 126; ++i) ASSERT_EQ(AVI_OK, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
+    for (int i = 0; i < 126; ++i)
+        ASSERT_EQ(AVI_OK, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
     EXPECT_EQ(AVI_LOST, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
     EXPECT_EQ(AVI_LOST, avi_put_stored_audio(context.get(), "ab", 2));
     EXPECT_EQ(0, avi_close(context.get()));
@@ -141,7 +143,6 @@ TEST(AviWriter, StopsBeforeThe127thList) {
     for (size_t at = 0; at + 8 < bytes.size(); at += riff_u32(bytes, at + 4) + 8) {
         ASSERT_EQ("RIFF", riff_code(bytes, at));
         ++lists;
-        EXPECT_EQ(bytes.size() - bytes.size(), bytes.size() % 2);
     }
     EXPECT_EQ(126u, lists);
     EXPECT_EQ(126u, riff_u32(bytes, 48));

@@ -1,0 +1,125 @@
+#include "core/settings.h"
+
+#include <gtest/gtest.h>
+
+#include "core/edit_state.h"
+#include "core/fps_list.h"
+#include "core/frame_table.h"
+#include "core/media.h"
+#include "platform/file.h"
+
+/// Values written into the settings file, and what the program makes of them.
+TEST(Settings, BoundsHold) {
+    const struct {
+        const char* text;
+        int SYSTEM_SETTINGS::*value;
+        int want;
+    } rows[] = {
+        {"width=1281", &SYSTEM_SETTINGS::width, 1288},
+        {"width=100", &SYSTEM_SETTINGS::width, 320},
+        {"height=0", &SYSTEM_SETTINGS::height, 240},
+        {"height=-5", &SYSTEM_SETTINGS::height, 240},
+        {"frame=1000", &SYSTEM_SETTINGS::frame, 1024},
+        {"frame=99999999", &SYSTEM_SETTINGS::frame, 8388607},
+        {"cache=1", &SYSTEM_SETTINGS::cache, 2},
+        {"cache=500", &SYSTEM_SETTINGS::cache, 128},
+        {"startframe=5", &SYSTEM_SETTINGS::startframe, 1},
+        {"loadhistory=15", &SYSTEM_SETTINGS::loadhistory, 10},
+        {"multithread=-1", &SYSTEM_SETTINGS::multithread, 0},
+        {"multithread=100", &SYSTEM_SETTINGS::multithread, 64},
+        {"other=1", &SYSTEM_SETTINGS::saveunitsize, 4096},
+        {"moveC=-7", &SYSTEM_SETTINGS::moveC, -7},
+    };
+    for (const auto& row : rows) {
+        const std::string text = std::string("[system]\n") + row.text + "\n";
+        ASSERT_TRUE(file_replace(settings_file(), text.data(), text.size()));
+        settings_read();
+        EXPECT_EQ(system_settings.*row.value, row.want) << row.text;
+    }
+    file_delete(settings_file());
+}
+
+TEST(FpsList, ParsesEveryForm) {
+    FPS_LIST list;
+    fps_list_parse(&list, "*,30000/1001; 23.976 ,25 ;12.50009,bad,60");
+    ASSERT_EQ(list.n, 5);
+    EXPECT_EQ(list.no_conversion, 0);
+    const struct {
+        int rate, scale;
+        const char* label;
+    } want[] = {{0, 0, ""},
+                {30000, 1001, "29.97fps"},
+                {239760, 10000, "23.976fps"},
+                {250000, 10000, "25fps"},
+                {125000, 10000, "12.5fps"}};
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(list.entry[i].rate, want[i].rate) << i;
+        EXPECT_EQ(list.entry[i].scale, want[i].scale) << i;
+        EXPECT_STREQ(list.entry[i].label, want[i].label) << i;
+    }
+    fps_list_parse(&list, "60,30");
+    EXPECT_EQ(list.n, 3);
+    EXPECT_EQ(list.no_conversion, 0);
+    EXPECT_EQ(list.entry[0].rate, 0);
+    fps_list_parse(&list, "60,*,30");
+    EXPECT_EQ(list.no_conversion, 1);
+    for (const char* text : {"", "99999999999", "1/0", "300000", "/", ",,"}) {
+        fps_list_parse(&list, text);
+        EXPECT_EQ(list.n, 1) << text;
+    }
+    std::string many;
+    for (int i = 1; i < 100; ++i) many += std::to_string(i) + ",";
+    fps_list_parse(&list, many.c_str());
+    EXPECT_EQ(list.n, FPS_MAX);
+}
+
+TEST(FrameRef, BiasAndBorders) {
+    EXPECT_EQ(frame_ref_source(frame_ref_make(1, 0) - 1), 1);
+    EXPECT_EQ(frame_ref_number(frame_ref_make(1, 0) - 1), -1);
+    EXPECT_EQ(frame_ref_source(frame_ref_make(2, 16776959)), 2);
+    EXPECT_EQ(frame_ref_number(frame_ref_make(2, 16776959)), 16776959);
+    EXPECT_EQ(frame_ref_source(frame_ref_make(2, 16776959) + 1), 3);
+    EXPECT_EQ(frame_ref_number(frame_ref_make(2, 16776959) + 1), -256);
+    EXPECT_EQ(frame_ref_source(uint32_t(-1)), 0);
+}
+
+TEST(FrameTable, CopiesDropAnalysisAndGuardsAreReadable) {
+    ASSERT_EQ(frame_table_alloc(1024), 1);
+    FRAME_TABLE& t = frame_table;
+    for (int i = -8; i < 1024 + 8; ++i) t.frame_flag[i] = 0xF3, t.frame_video[i] = uint32_t(i);
+    t.frame_field_diff[5] = 9;
+    t.frame_field_diff[6] = 1;
+    t.frame_inter[5] = INTER_EVEN;
+    frame_entry_copy(6, 5);
+    EXPECT_EQ(t.frame_flag[6], 0x03);
+    EXPECT_EQ(t.frame_video[6], 5u);
+    EXPECT_EQ(t.frame_inter[6], INTER_EVEN);
+    EXPECT_EQ(t.frame_field_diff[6], 1u);
+    frame_entry_copy_picture(7, 5);
+    EXPECT_EQ(t.frame_flag[7], 0x03);
+    EXPECT_EQ(t.frame_video[7], 5u);
+    frame_table_clear();
+    for (int i = -8; i < 1024 + 8; ++i) {
+        EXPECT_EQ(t.frame_video[i], 0u);
+        EXPECT_EQ(t.frame_flag[i], 0u);
+    }
+    frame_table_free();
+}
+
+TEST(MapFrame, GoesByTheFormula) {
+    MEDIA_RECORD a{}, b{};
+    const auto set = [](MEDIA_RECORD& r, uint32_t rate, uint32_t scale, int frames) {
+        r.video_stream.dwRate = rate;
+        r.video_stream.dwScale = scale;
+        r.video_stream.dwLength = uint32_t(frames);
+        r.media_frames = frames;
+    };
+    set(a, 25, 1, 100);
+    set(b, 30000, 1001, 0);
+    EXPECT_EQ(map_frame(&a, 30, &b), 25);  // 30 * 25 * 1001 / 30000 = 25.025
+    EXPECT_EQ(map_frame(&a, 29, &b), 24);
+    EXPECT_EQ(map_frame(&a, 999, &b), 99);  // held to its frames
+    EXPECT_EQ(map_frame(&b, 100, &a), 119);
+    EXPECT_EQ(map_frame(&b, -3, &a), -3);  // cut towards zero, not held
+    EXPECT_EQ(map_frame(&a, 12345, &a), 12345);
+}

@@ -1,0 +1,169 @@
+#include "core/edit_fixture.h"
+#include "core/fps_list.h"
+#include "hosts/filter.h"
+#include "pipeline/audio_fetch.h"
+#include "resources/string_ids.h"
+
+static constexpr CLIP SMALL = {64, 48, 30, 1, 20, 24, 44100, 0};
+
+using Source = EDIT_FIXTURE;
+
+TEST_F(Source, NewOpenFillsTheTable) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
+    EXPECT_EQ(edit->frame_n, 20);
+    EXPECT_EQ(edit->width, 64);
+    EXPECT_EQ(edit->height, 48);
+    EXPECT_EQ(edit->select_start, 0);
+    EXPECT_EQ(edit->select_end, 19);
+    EXPECT_EQ(edit->base.media_frames, 0);
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(frame_table.frame_video[i], uint32_t(i));
+        EXPECT_EQ(frame_table.frame_audio[i], uint32_t(i));
+        EXPECT_EQ(frame_table.frame_phase[i], i % 5);
+    }
+    EXPECT_EQ(close_edit(edit), 1);
+    EXPECT_EQ(edit->frame_n, 0);
+    EXPECT_EQ(edit->edit_flag & EDIT_OPEN, 0u);
+    EXPECT_EQ(edit->source[0].path[0], 0);
+}
+
+TEST_F(Source, AppendedFileOfAnotherRateIsMapped) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
+    ASSERT_EQ(open_file(edit, clip("b.avi", {80, 60, 15, 1, 10, 24, 44100, 0}).c_str(), OPEN_APPEND), 1);
+    EXPECT_EQ(edit->frame_n, 40);
+    EXPECT_EQ(edit->frame, 20);
+    EXPECT_EQ(edit->select_end, 39);  // everything was selected, so the selection grows
+    for (int k = 0; k < 20; ++k) {
+        EXPECT_EQ(frame_table.frame_video[20 + k], frame_ref_make(1, k / 2)) << k;
+        EXPECT_EQ(frame_table.frame_audio[20 + k], frame_ref_make(1, k)) << k;
+    }
+    edit->select_end = 5;
+    system_settings.fpsnoconvert = 1;
+    ASSERT_EQ(open_file(edit, clip("b.avi", {80, 60, 15, 1, 10, 24, 44100, 0}).c_str(), OPEN_APPEND), 1);
+    EXPECT_EQ(edit->frame_n, 50);
+    EXPECT_EQ(edit->select_end, 5);
+    EXPECT_EQ(frame_table.frame_video[49], frame_ref_make(2, 9));
+}
+
+TEST_F(Source, AppendingWithoutSoundSilencesTheEdit) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
+    EXPECT_TRUE(edit->base.media_flag & MEDIA_HAS_AUDIO);
+    ASSERT_EQ(open_file(edit, clip("mute.avi", {64, 48, 30, 1, 5, 24, 0, 0}).c_str(), OPEN_APPEND), 1);
+    EXPECT_FALSE(edit->base.media_flag & MEDIA_HAS_AUDIO);
+    EXPECT_EQ(frame_table.frame_audio[3], 3u);
+}
+
+TEST_F(Source, SelectionTakesAShorterFileByRepeatingItsLastFrame) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
+    edit->select_start = 4;
+    edit->select_end = 12;
+    ASSERT_EQ(
+        open_file(edit, clip("b.avi", {64, 48, 15, 1, 3, 24, 44100, 0}).c_str(), OPEN_APPEND | OPEN_INTO_SELECTION), 1);
+    EXPECT_EQ(edit->frame_n, 20);
+    const int pictures[] = {0, 0, 1, 1, 2, 2, 2, 2, 2};
+    for (int k = 0; k < 9; ++k) EXPECT_EQ(frame_table.frame_video[4 + k], frame_ref_make(1, pictures[k])) << k;
+    EXPECT_EQ(frame_table.frame_video[13], 13u);
+}
+
+TEST_F(Source, LimitsAreKept) {
+    const std::string large = clip("large.avi", {1288, 48, 30, 1, 1, 24, 0, 0});
+    const std::string small = clip("small.avi", {64, 31, 30, 1, 1, 24, 0, 0});
+    EXPECT_EQ(open_file(edit, large.c_str(), 0), 0);
+    EXPECT_EQ(open_file(edit, small.c_str(), 0), 0);
+    EXPECT_EQ(edit->edit_flag & EDIT_OPEN, 0u);
+    const std::string a = clip("a.avi", {32, 32, 30, 1, 2, 24, 0, 0});
+    ASSERT_EQ(open_file(edit, a.c_str(), 0), 1);
+    for (int i = 1; i < SOURCE_MAX; ++i) ASSERT_EQ(open_file(edit, a.c_str(), OPEN_APPEND), 1) << i;
+    EXPECT_EQ(open_file(edit, a.c_str(), OPEN_APPEND), 0);
+    EXPECT_EQ(edit->frame_n, 128);
+    // Dropping the frames of one source frees its slot for the next file.
+    for (int i = 0; i < edit->frame_n; ++i)
+        if (frame_ref_source(frame_table.frame_video[i]) == 7)
+            frame_table.frame_video[i] = frame_table.frame_audio[i] = 0;
+    EXPECT_EQ(open_file(edit, a.c_str(), OPEN_APPEND), 1);
+    EXPECT_EQ(frame_table.frame_video[128], frame_ref_make(7, 0));
+}
+
+TEST_F(Source, RateListChangesNothingButNearlyThirty) {
+    system_settings.load30fps = 1;
+    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 2997, 100, 30, 24, 0, 0}).c_str(), 0), 1);
+    EXPECT_EQ(edit->base.video_stream.dwRate, 30000u);
+    EXPECT_EQ(edit->base.video_stream.dwScale, 1001u);
+    EXPECT_EQ(edit->frame_n, 30);
+}
+
+TEST_F(Source, FramesReadBackInAnyOrder) {
+    MEDIA_RECORD record;
+    ASSERT_EQ(media_open(&record, clip("a.avi", SMALL).c_str(), 0), 1);
+    for (const int frame : {0, 7, 7, 3, 19, 50, -2, 12}) {
+        const int stored = std::clamp(frame, 0, 19);
+        const uint8_t* picture = media_read_frame(&record, frame);
+        int number = 0;
+        for (int bit = 0; bit < 8; ++bit)  // the frame number stands in blocks along the lower edge
+            if (picture[(size_t(bit) * 8 + 4) * 3] > 128) number |= 1 << bit;
+        EXPECT_EQ(number, stored);
+        EXPECT_EQ(record.last_frame, stored);
+    }
+    media_close(&record);
+    EXPECT_EQ(record.media_flag, 0u);
+    ASSERT_EQ(media_open(&record, clip("a.avi", SMALL).c_str(), LOAD_DOUBLE_RATE), 1);
+    EXPECT_EQ(record.media_frames, 40);
+    EXPECT_EQ(record.video_stream.dwRate, 60u);
+    media_read_frame(&record, 15);
+    EXPECT_EQ(record.last_frame, 7);
+    media_close(&record);
+    EXPECT_EQ(media_open(&record, text_from_utf8(folder / "nothing.avi").c_str(), 0), -1);
+}
+
+// ---- sound
+
+TEST_F(Source, SoundOfFramesAddsUpToTheFile) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 30000, 1001, 300, 24, 44100, 0}).c_str(), 0), 1);
+    std::vector<uint8_t> whole(4 << 20), parts(4 << 20);
+    const int all = media_read_audio(&edit->source[0].media, 0, -1, whole.data(), whole.size(), &edit->base);
+    size_t fill = 0;
+    for (int f = 0; f < edit->frame_n; ++f)
+        fill += size_t(audio_fetch(edit, f, 0, 0, parts.data() + fill, parts.size() - fill, nullptr, AUDIO_FILTERED));
+    ASSERT_LE(fill, size_t(all));
+    EXPECT_GE(fill + 4, size_t(all));
+    EXPECT_EQ(std::memcmp(whole.data(), parts.data(), fill), 0);
+    for (int f = 0; f < 20; ++f)
+        EXPECT_EQ(audio_fetch(edit, f, 0, 0, nullptr, 0, nullptr, AUDIO_CONVERTED),
+                  audio_fetch(edit, f, 0, 0, parts.data(), parts.size(), nullptr, AUDIO_CONVERTED));
+}
+
+TEST_F(Source, SoundComesInGroupsOfTheInterleave) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 25, 1, 60, 24, 44100, 0}).c_str(), 0), 1);
+    std::vector<uint8_t> buffer(4 << 20);
+    const auto fetch = [&](int f, int end) {
+        return audio_fetch(edit, f, 10, end, buffer.data(), buffer.size(), nullptr, AUDIO_FILTERED);
+    };
+    const int frame = 44100 / 25 * 4;
+    edit->audio_setting.interleave = 4;
+    EXPECT_EQ(fetch(10, 30), 4 * frame);
+    EXPECT_EQ(fetch(11, 30), 0);
+    EXPECT_EQ(fetch(13, 30), 0);
+    EXPECT_EQ(fetch(14, 30), 4 * frame);
+    EXPECT_EQ(fetch(14, 15), 2 * frame);
+    for (const auto& [value, want] : {std::pair{0, 1}, {-3, 1}, {1000, 250}}) {
+        edit->audio_setting.interleave = value;
+        EXPECT_EQ(audio_interleave(edit, &edit->base), want);
+    }
+}
+
+TEST_F(Source, PositionAdjustPutsSilenceInFront) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 25, 1, 40, 24, 44100, 0}).c_str(), 0), 1);
+    FILTER* adjust = filter_built_in(STR_FILTER_AUDIO_POSITION);
+    ASSERT_NE(adjust, nullptr);
+    filter_set_active(adjust, true);
+    adjust->track_values[0] = 5;
+    const int frame = 44100 / 25 * 4;
+    std::vector<uint8_t> first(size_t(frame) * 2, 1), later(size_t(frame) * 2);
+    for (int f = 0; f < 5; ++f) {
+        EXPECT_EQ(audio_fetch(edit, f, 0, 0, first.data(), first.size(), nullptr, AUDIO_FILTERED), frame);
+        EXPECT_EQ(std::count(first.begin(), first.begin() + frame, 0), frame);
+    }
+    EXPECT_EQ(audio_fetch(edit, 0, 0, 0, first.data(), first.size(), nullptr, AUDIO_CONVERTED), frame);
+    EXPECT_EQ(audio_fetch(edit, 5, 0, 0, later.data(), later.size(), nullptr, AUDIO_FILTERED), frame);
+    EXPECT_EQ(std::memcmp(first.data(), later.data(), size_t(frame)), 0);
+}

@@ -1,0 +1,78 @@
+#include "pipeline/frame_cache.h"
+
+#include "core/edit_fixture.h"
+#include "pipeline/frame_renderer.h"
+#include "pixels/frame_buffer.h"
+#include "platform/handle.h"
+
+struct FrameCache : EDIT_FIXTURE {
+    void open(int frames) {
+        ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 30, 1, frames, 24, 0, 0}).c_str(), 0), 1);
+    }
+    std::vector<int32_t> keys() const {
+        std::vector<int32_t> all;
+        FRAME_CACHE_ENTRY entry;
+        for (int i = 0; frame_cache_entry(i, &entry); ++i) all.push_back(entry.key);
+        return all;
+    }
+};
+
+TEST_F(FrameCache, LeastRecentlyUsedGoesFirst) {
+    open(30);
+    const int depth = int(keys().size());
+    for (int f = 0; f < depth; ++f) frame_cache_get(edit, f, 0);
+    const uint8_t* kept = frame_cache_get(edit, 0, 0);
+    frame_cache_get(edit, depth, 0);
+    EXPECT_EQ(frame_cache_get(edit, 0, 0), kept);
+    const std::vector<int32_t> now = keys();
+    EXPECT_EQ(std::count(now.begin(), now.end(), 1), 0);
+    EXPECT_EQ(now[1], depth);
+    frame_cache_get(edit, -5, 0);
+    frame_cache_get(edit, 99, 0);
+    EXPECT_EQ(keys()[2], 29);
+    // An offset goes to the stored neighbour, however the edit is cut.
+    frame_table.frame_video[3] = 20;
+    EXPECT_NE(frame_cache_get(edit, 3, -1), nullptr);
+    EXPECT_EQ(keys()[3], 19);
+}
+
+TEST_F(FrameCache, RerankPutsLowReferencesFirst) {
+    open(30);
+    for (const int f : {5, 2, 9}) frame_cache_get(edit, f, 0);
+    frame_cache_rerank();
+    const int depth = int(keys().size());
+    for (int i = 0; i < depth - 3; ++i) frame_cache_get(edit, 20 + i, 0);  // empty entries are taken first
+    EXPECT_EQ(keys()[0], 5);
+    frame_cache_rerank();
+    frame_cache_get(edit, 12, 0);
+    EXPECT_EQ(keys()[1], 12);  // 2 was the lowest
+    frame_cache_reset();
+    for (const int32_t key : keys()) EXPECT_EQ(key, INT32_MIN);
+}
+
+TEST_F(FrameCache, AnotherSizeIsBroughtToTheEdit) {
+    open(4);
+    ASSERT_EQ(open_file(edit, clip("b.avi", {128, 96, 30, 1, 2, 24, 0, 0}).c_str(), OPEN_APPEND), 1);
+    const auto* small = reinterpret_cast<const YC48_PIXEL*>(frame_cache_get(edit, 4, 0));
+    MEDIA_RECORD* media = &edit->source[1].media;
+    EXPECT_EQ(media->media_width, 128);
+    // Halving takes means: a white flash frame stays white in the middle.
+    EXPECT_NEAR(small[20 * (frame_geometry.stride / 6) + 40].y, 3856, 4);
+}
+
+TEST_F(FrameCache, RenderedPictureIsWhatWasRead) {
+    open(8);
+    edit->frame = 3;
+    ASSERT_EQ(render_current(edit), 1);
+    EXPECT_EQ(edit->out_width, 64);
+    const uint8_t* shown = display_convert(edit, 0);
+    EXPECT_EQ(handle_get(edit->shown_pixels), shown);
+    EXPECT_EQ(edit->shown_header.biBitCount, 24);
+    EXPECT_EQ(edit->shown_header.biSizeImage, 64u * 48 * 3);
+    EXPECT_EQ(std::memcmp(shown, media_read_frame(&edit->source[0].media, 3), 64 * 48 * 3), 0);
+    display_convert(edit, VANTEL_FOURCC('Y', 'C', '4', '8'));
+    EXPECT_EQ(edit->shown_header.biBitCount, 48);
+    edit->edit_flag &= ~uint32_t{EDIT_OPEN};
+    EXPECT_EQ(render_current(edit), 0);
+    edit->edit_flag |= EDIT_OPEN;
+}

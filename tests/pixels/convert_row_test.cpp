@@ -1,0 +1,111 @@
+// Row kernels of the colour conversions: the vector form of every target against the definition.
+
+#include <gtest/gtest.h>
+
+#include "pixels/dib_expand.h"
+#include "pixels/rgb_row.h"
+#include "pixels/rgb_yuy2_row.h"
+#include "pixels/yc48_709_row.h"
+#include "pixels/yuy2_709_row.h"
+#include "pixels/yuy2_row.h"
+#include "support/kernel_test.h"
+
+namespace {
+
+using ROW = std::function<void(uint8_t* out, const uint8_t* in, int n)>;
+
+struct ROW_KERNEL {
+    const char* name;
+    ROW fast, ref;
+    size_t out_size, in_size;  // bytes of an element, which is a pixel or a pair
+    size_t out_round;          // elements of the output come in groups of this many (pairs of pixels)
+    bool words_in;             // the input consists of 16-bit words
+};
+
+/// Adapts a kernel with typed rows to ROW.
+template <typename OUT, typename IN>
+ROW row_of(void (*kernel)(OUT*, const IN*, int)) {
+    return [kernel](uint8_t* out, const uint8_t* in, int n) {
+        kernel(reinterpret_cast<OUT*>(out), reinterpret_cast<const IN*>(in), n);
+    };
+}
+
+ROW in_place(void (*kernel)(uint8_t*, int)) {
+    return [kernel](uint8_t* out, const uint8_t* in, int n) {
+        std::copy_n(in, n * 4, out);
+        kernel(out, n);
+    };
+}
+
+const ROW_KERNEL KERNELS[] = {
+    {"rgb_row_to_yc48", row_of(rgb_row_to_yc48), row_of(rgb_row_to_yc48_ref), 6, 3, 1, false},
+    {"yc48_row_to_rgb", row_of(yc48_row_to_rgb), row_of(yc48_row_to_rgb_ref), 3, 6, 1, true},
+    {"yuy2_row_to_yc48", row_of(yuy2_row_to_yc48), row_of(yuy2_row_to_yc48_ref), 12, 4, 1, false},
+    {"yc48_row_to_yuy2", row_of(yc48_row_to_yuy2), row_of(yc48_row_to_yuy2_ref), 4, 12, 1, true},
+    {"yuy2_row_clamp_limit", in_place(yuy2_row_clamp_limit), in_place(yuy2_row_clamp_limit_ref), 4, 4, 1, false},
+    {"yuy2_709_row_to_yc48", row_of(yuy2_709_row_to_yc48), row_of(yuy2_709_row_to_yc48_ref), 12, 4, 1, false},
+    {"yc48_row_to_yuy2_709", row_of(yc48_row_to_yuy2_709), row_of(yc48_row_to_yuy2_709_ref), 4, 12, 1, true},
+    {"yc48_709_row_to_yc48", row_of(yc48_709_row_to_yc48), row_of(yc48_709_row_to_yc48_ref), 6, 6, 1, true},
+    {"yc48_row_to_yc48_709", row_of(yc48_row_to_yc48_709), row_of(yc48_row_to_yc48_709_ref), 6, 6, 1, true},
+    {"rgb_row_to_yuy2", row_of(rgb_row_to_yuy2), row_of(rgb_row_to_yuy2_ref), 2, 3, 2, false},
+    {"yuy2_row_to_rgb", row_of(yuy2_row_to_rgb), row_of(yuy2_row_to_rgb_ref), 3, 2, 1, false},
+    {"dib32_row_to_rgb", row_of(dib32_row_to_rgb), row_of(dib32_row_to_rgb_ref), 3, 4, 1, false},
+};
+
+/// One random row through both forms. Word rows start at even addresses, byte rows anywhere.
+void compare_row(const ROW_KERNEL& kernel, size_t n, RNG& rng) {
+    const size_t groups = (n + kernel.out_round - 1) / kernel.out_round;
+    const size_t out_bytes = groups * kernel.out_round * kernel.out_size;
+    // A YUY2 row ends in a whole pair also where a kernel counts pixels.
+    const size_t in_bytes = kernel.in_size == 2 ? (n + 1) / 2 * 4 : n * kernel.in_size;
+    GUARDED_ROW<uint8_t> in(in_bytes, rng.below(8) * 2);
+    if (kernel.words_in)
+        rng_fill(std::span(reinterpret_cast<int16_t*>(in.data()), in_bytes / 2), rng);
+    else
+        rng_fill(in.span(), rng);
+    const size_t offset = rng.below(8) * 2;
+    GUARDED_ROW<uint8_t> want(out_bytes, offset), got(out_bytes, offset);
+    kernel.ref(want.data(), in.data(), int(n));
+    kernel.fast(got.data(), in.data(), int(n));
+    ASSERT_TRUE(rows_equal(want, got)) << kernel.name << " n " << n;
+}
+
+TEST(ConvertRow, MatchesDefinitionOnEveryTarget) {
+    kernel_for_each_target([](RNG& rng) {
+        for (const ROW_KERNEL& kernel : KERNELS) {
+            for (size_t n = 0; n <= 130; ++n)
+                for (int round = 0; round < 8; ++round) ASSERT_NO_FATAL_FAILURE(compare_row(kernel, n, rng));
+            for (int round = 0; round < 20; ++round) ASSERT_NO_FATAL_FAILURE(compare_row(kernel, 4099, rng));
+        }
+    });
+}
+
+/// All 65536 values of each component with the other two at random.
+TEST(ConvertRow, WholeDomainOfEachComponent) {
+    kernel_for_each_target([](RNG& rng) {
+        constexpr int N = 65536;
+        std::vector<YC48_PIXEL> in(N), want_wide(N), got_wide(N);
+        std::vector<uint8_t> want(N * 3), got(N * 3);
+        for (int component = 0; component < 3; ++component) {
+            rng_fill(std::span(&in[0].y, size_t{N} * 3), rng);
+            for (int i = 0; i < N; ++i) (&in[size_t(i)].y)[component] = int16_t(i);
+            yc48_row_to_rgb_ref(want.data(), in.data(), N);
+            yc48_row_to_rgb(got.data(), in.data(), N);
+            ASSERT_EQ(want, got) << "to rgb, component " << component;
+            yc48_row_to_yuy2_ref(want.data(), in.data(), N / 2);
+            yc48_row_to_yuy2(got.data(), in.data(), N / 2);
+            ASSERT_EQ(want, got) << "to yuy2, component " << component;
+            yc48_row_to_yuy2_709_ref(want.data(), in.data(), N / 2);
+            yc48_row_to_yuy2_709(got.data(), in.data(), N / 2);
+            ASSERT_EQ(want, got) << "to yuy2 709, component " << component;
+            yc48_709_row_to_yc48_ref(want_wide.data(), in.data(), N);
+            yc48_709_row_to_yc48(got_wide.data(), in.data(), N);
+            ASSERT_EQ(0, std::memcmp(want_wide.data(), got_wide.data(), N * sizeof(YC48_PIXEL)));
+            yc48_row_to_yc48_709_ref(want_wide.data(), in.data(), N);
+            yc48_row_to_yc48_709(got_wide.data(), in.data(), N);
+            ASSERT_EQ(0, std::memcmp(want_wide.data(), got_wide.data(), N * sizeof(YC48_PIXEL)));
+        }
+    });
+}
+
+}  // namespace
