@@ -81,7 +81,7 @@ void convert_bench(benchmark::State& state, const OPERATION& op, SIZE size, int6
     const double copy = memcpy_best(bytes / 2);  // reads and writes as much as the conversion in sum
     target_set(target);
     double best = 1e9;
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         const auto begin = CLOCK::now();
         if (op.to_frame)
             op.to_frame(frame, outside.data(), size.w, size.h);
