@@ -1,9 +1,11 @@
 #include "core/source.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 
+#include "core/edit_settings.h"
 #include "core/edit_state.h"
 #include "core/fps_list.h"
 #include "core/frame_table.h"
@@ -25,8 +27,6 @@
 
 static constexpr int SMALLEST_PICTURE = 32;
 static constexpr size_t EXTENSION_MAX = 15;
-
-char source_audio_extension[PATH_SIZE];
 
 /// What the file dialog, or the caller, asked for.
 struct OPEN_REQUEST {
@@ -52,7 +52,7 @@ static bool ask_path(const EDIT_STATE* edit, OPEN_REQUEST* request, const char* 
     dialog.title = dialog_title(request->flags);
     dialog.rate_index = sound ? -1 : fps_list.no_conversion;
     text_copy(dialog.path, sizeof dialog.path, path ? path : edit->file_name);
-    if (sound && source_audio_extension[0]) path_set_extension(dialog.path, dialog.path, source_audio_extension);
+    if (sound && edit_settings.audioext[0]) path_set_extension(dialog.path, dialog.path, edit_settings.audioext);
     if (!ui_hooks.file_dialog || !ui_hooks.file_dialog(&dialog)) return false;
     std::memcpy(request->path, dialog.path, PATH_SIZE);
     request->load_flags |= dialog.load_flags;
@@ -139,7 +139,7 @@ static bool open_slot(EDIT_STATE* edit, int slot, const OPEN_REQUEST& request) {
 static void remember_audio_extension(const char* path) {
     const char* extension = path_extension(path);
     if (std::strlen(extension) < EXTENSION_MAX)
-        text_copy(source_audio_extension, sizeof source_audio_extension, extension);
+        text_copy(edit_settings.audioext, sizeof edit_settings.audioext, extension);
 }
 
 static void base_takes_audio(MEDIA_RECORD* base, const MEDIA_RECORD& record) {
@@ -297,6 +297,10 @@ static void after_load(EDIT_STATE* edit, const OPEN_REQUEST& request) {
 }
 
 int open_file(EDIT_STATE* edit, const char* path, uint32_t flags) {
+    if (flags & OPEN_PROJECT) {  // projects cannot be read yet; the edit stays
+        if (path) message_warn_file(path, STR_ERR_UNSUPPORTED_FILE, STR_ERR_UNSUPPORTED_FILE);
+        return 0;
+    }
     if ((edit->edit_flag & EDIT_OPEN) && (edit->edit_flag & EDIT_SAVING)) return 0;
     OPEN_REQUEST request;
     if (!make_request(edit, &request, path, flags)) return 0;

@@ -29,9 +29,3 @@ void close_unused_sources(EDIT_STATE* edit);
 
 /// Asks before the edit is discarded, when the settings want that. 1: the caller may go on.
 int confirm_close(EDIT_STATE* edit);
-
-/// The largest picture of this run and the smallest allowed: message and false when the size is outside.
-bool source_size_allowed(int width, int height);
-
-/// Keys of section `edit` that opening keeps: extension of the last sound file.
-extern char source_audio_extension[260];

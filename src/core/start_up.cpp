@@ -5,11 +5,11 @@
 #include <cstring>
 
 #include "core/compression_settings.h"
+#include "core/edit_settings.h"
 #include "core/edit_state.h"
 #include "core/exception_report.h"
 #include "core/fps_list.h"
 #include "core/frame_table.h"
-#include "core/history.h"
 #include "core/memory.h"
 #include "core/profile.h"
 #include "core/settings.h"
@@ -20,12 +20,9 @@
 #include "pipeline/worker_pool.h"
 #include "pixels/convert.h"
 #include "pixels/frame_buffer.h"
-#include "platform/ini.h"
 #include "platform/simd.h"
 #include "platform/thread.h"
 #include "readers/input_table.h"
-
-static constexpr char SECTION_EDIT[] = "edit";
 
 static bool window_mode_now;
 
@@ -50,28 +47,12 @@ static void start_workers() {
     worker_pool_start(n, {system_settings.multithreadexcept != 0, system_settings.threadcpuseparate != 0});
 }
 
-static void read_edit_section(EDIT_STATE* edit) {
-    ini_read_text(settings_file(), SECTION_EDIT, "file", edit->file_name, "");
-    ini_read_text(settings_file(), SECTION_EDIT, "project", edit->project_name, "");
-    ini_read_text(settings_file(), SECTION_EDIT, "audioext", source_audio_extension, "");
-    history_read();
-}
-
-static void write_edit_section(const EDIT_STATE* edit) {
-    ini_batch_begin(settings_file());
-    ini_write_text(settings_file(), SECTION_EDIT, "file", edit->file_name);
-    ini_write_text(settings_file(), SECTION_EDIT, "project", edit->project_name);
-    ini_write_text(settings_file(), SECTION_EDIT, "audioext", source_audio_extension);
-    history_write();
-    ini_batch_end(settings_file());
-}
-
 static bool create_edit_content(EDIT_STATE* edit) {
     std::memset(edit, 0, sizeof *edit);
     edit->audio_setting.interleave = 1;
     if (!frame_table_alloc(system_settings.frame) || !frame_cache_start()) return false;
     fps_list_parse(&fps_list, system_settings.fpslist);
-    read_edit_section(edit);
+    edit_settings_read(edit);
     compression_settings_read(edit);
     return true;
 }
@@ -101,7 +82,7 @@ void shut_down() {
     profile_system_exit();
     filter_system_exit();
     if (window_mode_now) compression_settings_write(edit);
-    if (window_mode_now) write_edit_section(edit);
+    if (window_mode_now) edit_settings_write(edit);
     frame_cache_stop();
     frame_table_free();
     input_table_exit();

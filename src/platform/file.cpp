@@ -37,7 +37,9 @@ int file_open_update(const char* path) { return open_regular(path, O_RDWR); }
 int file_create(const char* path) {
     // O_TRUNC only after the check would be too early for a device, so the cut is a step of its own.
     const int file = open_regular(path, O_RDWR | O_CREAT);
-    if (file >= 0 && ftruncate(file, 0) != 0) {
+    // An empty file is left alone: some file systems take a cut to nothing as a reason to store the file when it is
+    // closed.
+    if (file >= 0 && file_size(file) != 0 && ftruncate(file, 0) != 0) {
         const int error = errno;
         close(file);
         errno = error;

@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -175,4 +176,11 @@ void processor_widen(int processor, const PROCESSOR_SET& former) {
     const PROCESSOR_SET narrow = set_of(processor);
     if (!set_read(0, &now) || memcmp(&now, &narrow, sizeof now) != 0) return;
     sched_setaffinity(0, sizeof former, reinterpret_cast<const cpu_set_t*>(&former));
+}
+
+bool process_set_priority(int level) {
+    static constexpr int NICE[] = {19, 10, 0, -5, -10, -20};  // levels -2 .. 3
+    static const int nice_at_start = getpriority(PRIO_PROCESS, 0);
+    const int nice = level == 0 ? nice_at_start : NICE[std::clamp(level, -2, 3) + 2];
+    return setpriority(PRIO_PROCESS, 0, nice) == 0;
 }

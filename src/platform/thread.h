@@ -46,3 +46,7 @@ struct PROCESSOR_SET {
 bool processor_narrow(int processor, PROCESSOR_SET* former);
 /// Ends that. When somebody has bound the thread anew meanwhile, that stays.
 void processor_widen(int processor, const PROCESSOR_SET& former);
+
+/// How the machine shares its processors between this process and others: -2 idle, -1 below normal, 0 as started,
+/// 1 above normal, 2 high, 3 real-time. Levels above 0 need a privilege; false when the machine refuses.
+bool process_set_priority(int level);
