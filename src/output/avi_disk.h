@@ -2,16 +2,16 @@
 
 #include <cstdint>
 
-/// What a long output needs of the file system beyond platform/file.h. Descriptors as there.
-
-/// Tells the machine that n bytes at `position`, behind all earlier ones, have been written by a thread that may wait.
-/// Their way to the disk starts at once, and the call returns when all but the last 32 MiB have arrived there. May be
-/// called with any run; a file system that cannot do it does nothing. Not durable by itself: file_sync at the end is.
+/// What an output needs of the file system beyond platform/file.h. Descriptors as there.
 ///
-/// Opening the file for synchronous writes would have each write wait for the disk and for the file's metadata. This
-/// way the disk is never idle, the page cache never fills with output (which would stall the whole machine when the
-/// kernel starts to throttle), and the sync at the end of a save of any length has little left to do.
-void avi_disk_behind(int file, int64_t position, int64_t n);
+/// When bytes go from the page cache to the disk is left to the machine. Sending each run on its way at once, and all
+/// the more waiting for it or opening the file for synchronous writes, ties the save to the pace of the disk. Memory
+/// stays sane without it, because the kernel slows a writer that has too much under way.
 
 /// Cuts the file to a length. False on an error.
 bool avi_disk_cut(int file, int64_t length);
+
+/// Closes a file that was written. False when the file system, as ones across a network do, tells only now of bytes it
+/// could not store; others tell of a full disk at the write itself. Not a wait for the disk, so a power failure soon
+/// afterwards can cost the file.
+bool avi_disk_close(int file);

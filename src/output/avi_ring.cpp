@@ -6,7 +6,6 @@
 #include <new>
 #include <utility>
 
-#include "output/avi_disk.h"
 #include "pipeline/background_job.h"
 #include "platform/file.h"
 #include "platform/memory.h"
@@ -51,7 +50,6 @@ static int store_runs(BACKGROUND_JOB* job, void* data) {
         }
         ring->read.store(read + n == ring->size ? 0 : read + n, std::memory_order_release);
         job_done(job);
-        avi_disk_behind(ring->file, int64_t(position), done);
     }
     return 1;
 }

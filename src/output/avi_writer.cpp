@@ -6,6 +6,7 @@
 #include <span>
 #include <thread>
 
+#include "output/avi_disk.h"
 #include "output/avi_file.h"
 #include "output/avi_header.h"
 #include "output/avi_list.h"
@@ -50,12 +51,12 @@ static bool writer_start(AVI_WRITER* w, const char* name) {
     return w->ring != nullptr;
 }
 
-/// Frees everything. False when the disk thread hangs: it keeps the file then.
+/// Frees everything. False when the file system lost something, or the disk thread hangs, which keeps the file then.
 static bool writer_end(AVI_WRITER* w) {
     const bool ended = !w->ring || avi_ring_stop(w->ring);
-    if (ended) file_close(w->file);
+    const bool closed = ended && (w->file < 0 || avi_disk_close(w->file));
     *w = AVI_WRITER{};
-    return ended;
+    return closed;
 }
 
 static bool put_stream(AVI_WRITER* w, AVI_STREAM_KIND kind, std::span<const uint8_t> format) {
@@ -178,8 +179,7 @@ int avi_close(SAVE_CONTEXT* context) {
     } else {
         close_avi(w);
     }
-    // Cheap even behind a long save, as the disk thread has kept the file on its way to the disk (avi_disk.h).
-    const bool complete = avi_file_flush(w) && file_sync(w->file) && !w->lost;
+    const bool complete = avi_file_flush(w) && !w->lost;
     return writer_end(w) && complete;
 }
 
@@ -231,7 +231,7 @@ uint8_t* avi_info_add(uint8_t* target, uint32_t code, const char* text) {
     memcpy(target, &header, sizeof(header));
     target += sizeof(header);
     memset(target, 0, header.size);
-    memcpy(target, text, length);
+    memcpy(target, text, length + 1);
     return target + header.size;
 }
 

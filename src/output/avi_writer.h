@@ -39,8 +39,8 @@ void avi_writer_set_frame_limit(int frames);
 /// session could be opened. After a failure nothing is open; a file that was created stays.
 int avi_open(SAVE_CONTEXT* context, const char* name, uint32_t flags, const void* info, size_t info_size);
 
-/// Finishes and closes whatever is open, and waits until the file is safely on the disk. 1 when everything that was
-/// given to the writer is in the file, or nothing was open; 0 when something was refused or lost. media_flag is 0
+/// Finishes and closes whatever is open, without waiting for the disk. 1 when everything that was given to the writer
+/// is in the file, or nothing was open; 0 when something was refused or lost. media_flag is 0
 /// afterwards.
 int avi_close(SAVE_CONTEXT* context);
 

@@ -1,6 +1,7 @@
 #include <cstdlib>
 
 #include "avi_sample.h"
+#include "riff_dump.h"
 
 /// Other programs must read what we write: ffmpeg decodes the files here, frame for frame.
 
@@ -58,6 +59,31 @@ TEST(AviPeer, FfmpegReadsPlainAndSplitFiles) {
         const BYTES probe = command_output(
             "ffprobe -v error -select_streams v -show_entries stream=nb_frames,r_frame_rate -of csv=p=0 " + file.path);
         EXPECT_EQ("30000/1001,200\n", std::string(probe.begin(), probe.end()));
+    }
+}
+
+TEST(AviPeer, FfmpegReadsFilesOfAFullDisk) {
+    if (system("ffmpeg -version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no ffmpeg";
+    const SAMPLE_SETTINGS settings;
+    avi_writer_settings.part_limit = 20000;
+    for (const size_t limit : {10000, 20200, 22000, 30000, 40000}) {
+        SCOPED_TRACE(limit);
+        const SAMPLE_FILE file("full.avi");
+        const auto context = sample_context();
+        BYTES video;
+        {
+            const SIZE_LIMIT size_limit(limit);
+            ASSERT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), SAVE_VIDEO, nullptr, 0));
+            for (uint32_t i = 0;; ++i) {
+                const BYTES frame = random_bytes(i, 288);
+                append_top_down(video, frame);
+                if (avi_put_frame(context.get(), frame.data(), nullptr) != AVI_OK) break;
+            }
+            EXPECT_EQ(0, avi_close(context.get()));
+        }
+        video.resize(288 * riff_u32(file.load(), 48));  // avih.dwTotalFrames
+        EXPECT_LT(limit - 9000, video.size());
+        EXPECT_TRUE(video == decode(file, "-fps_mode passthrough -f rawvideo -pix_fmt bgr24"));
     }
 }
 

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +16,7 @@
 #include "output/avi_file.h"
 #include "output/avi_writer.h"
 #include "output/save_flags.h"
+#include "readers/avi_reader.h"
 
 /// What the writer's tests share: files to write to, contexts, and files read back.
 
@@ -40,6 +44,19 @@ struct SAMPLE_FILE {
 struct SAMPLE_SETTINGS {
     AVI_WRITER_SETTINGS before = avi_writer_settings;
     ~SAMPLE_SETTINGS() { avi_writer_settings = before; }
+};
+
+/// The file size limit of the process stands for a full disk.
+struct SIZE_LIMIT {
+    rlimit before{};
+    explicit SIZE_LIMIT(size_t bytes) {
+        signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit now = before;
+        now.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &now);
+    }
+    ~SIZE_LIMIT() { setrlimit(RLIMIT_FSIZE, &before); }
 };
 
 inline constexpr int SAMPLE_WIDTH = 16, SAMPLE_HEIGHT = 6;
@@ -90,4 +107,43 @@ inline std::vector<SAMPLE_CHUNK> sample_chunks(uint32_t n, size_t step) {
         }
     }
     return chunks;
+}
+
+/// What a file holds for who opens it; a reader cannot tell sound chunks apart.
+struct SAMPLE_MEDIA {
+    std::vector<SAMPLE_CHUNK> frames;
+    BYTES sound;
+    bool operator==(const SAMPLE_MEDIA&) const = default;
+};
+
+inline SAMPLE_MEDIA sample_media(const std::vector<SAMPLE_CHUNK>& chunks) {
+    SAMPLE_MEDIA media = {};
+    for (const SAMPLE_CHUNK& chunk : chunks) {
+        if (chunk.code != FCC_01WB) {
+            media.frames.push_back(chunk);
+            // raw video ends with the picture for a reader
+            BYTES& bytes = media.frames.back().bytes;
+            bytes.resize(std::min(bytes.size(), size_t{SAMPLE_WIDTH * SAMPLE_HEIGHT * 3}));
+        }
+        if (chunk.code == FCC_01WB) media.sound.insert(media.sound.end(), chunk.bytes.begin(), chunk.bytes.end());
+    }
+    return media;
+}
+
+/// The file through the program's own reader; nothing when the reader refuses it.
+inline SAMPLE_MEDIA sample_read(const std::string& path) {
+    SAMPLE_MEDIA media = {};
+    const INPUT_PLUGIN_HANDLE file = avi_reader_open(path.c_str());
+    if (!file) return media;
+    INPUT_MEDIA_INFO info = {};
+    avi_reader_info(file, &info);
+    for (int32_t i = 0; i < info.frames; ++i) {
+        BYTES bytes(65536);
+        bytes.resize(size_t(avi_reader_read_video_bounded(file, i, bytes.data(), bytes.size(), nullptr)));
+        media.frames.push_back({avi_reader_is_keyframe(file, i) ? FCC_00DB : FCC_00DC, bytes});
+    }
+    media.sound.resize(size_t(info.audio_samples) * 2);
+    if (info.audio_samples > 0) avi_reader_read_audio(file, 0, info.audio_samples, media.sound.data());
+    avi_reader_close(file);
+    return media;
 }

@@ -154,6 +154,26 @@ TEST(AviWriter, StopsBeforeThe127thList) {
     EXPECT_EQ("JUNK", riff_code(bytes, 0x93A));  // no list holds sound
 }
 
+TEST(AviWriter, ListsOfTheUsualSizeBeyondFourGiB) {
+    const SAMPLE_FILE file("large.avi");
+    const auto context = sample_context();
+    ASSERT_EQ(AVI_OK, avi_open(context.get(), file.path.c_str(), SAVE_VIDEO, nullptr, 0));
+    ASSERT_TRUE(avi_file_flush(&avi_writer));
+    // holes stand for the bytes before
+    for (const uint32_t lists : {1u, 2u}) {
+        avi_ring_stop(avi_writer.ring);
+        avi_writer.pos = 0x7E000000 - 10;
+        avi_writer.ring = avi_ring_start(avi_writer.file, avi_file_position(&avi_writer), 4096);
+        EXPECT_EQ(AVI_OK, avi_put_stored_frame(context.get(), "a", 1, 16));  // the list is now full
+        EXPECT_EQ(lists - 1, avi_writer.riff_part);
+        EXPECT_EQ(AVI_OK, avi_put_stored_frame(context.get(), "b", 1, 16));
+        EXPECT_EQ(lists, avi_writer.riff_part);
+        ASSERT_TRUE(avi_file_flush(&avi_writer));
+    }
+    EXPECT_LT(0xFC000000u, avi_writer.base);
+    EXPECT_EQ(1, avi_close(context.get()));
+}
+
 TEST(AviWriter, WavEndsBelowFourGiB) {
     const SAMPLE_SETTINGS settings;
     avi_writer_set_unit(0);
