@@ -44,7 +44,7 @@ static void run(benchmark::State& state, SIZES s, int pixel_size, bool simd) {
     const double bytes = double(pixel_size) * (double(s.in_w) * s.in_h + double(s.out_w) * s.out_h);
     const double copy = copy_speed(bytes);
     double best = 1e9;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const auto start = std::chrono::steady_clock::now();
         benchmark::DoNotOptimize(frame_resize(src, s.out_w, s.out_h, 0, 0, s.in_w, s.in_h, alt));
         best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());

@@ -81,7 +81,7 @@ static void halve_width(RESAMPLE* r) {
 
 static void double_height(RESAMPLE* r) {
     frame_pad_edges(r->rect, r->w, r->h, 1);
-    const size_t bytes = size_t(whole_pairs(r->w) * frame_geometry.pixel_size);
+    const size_t bytes = size_t(whole_pairs(r->w)) * size_t(frame_geometry.pixel_size);
     rect_bands(r->h, r->h >= RECT_BAND_ROWS, [=](ROW_RANGE rows) {
         for (int row = rows.begin; row < rows.end; ++row) {
             const uint8_t* c = r->rect + row_offset(row);

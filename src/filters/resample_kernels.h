@@ -6,8 +6,8 @@
 /// Row kernels of the resampler, and the positions and weights of its fractional passes. Only resample.cpp and the
 /// tests of the kernels need this header. Safe on any thread.
 
-inline constexpr int RESAMPLE_ONE = 1 << 14;   // the weights of an output position sum to this
-inline constexpr int RESAMPLE_TAPS_MAX = 512;  // output positions of one RESAMPLE_TAPS; even, so that pairs stay whole
+inline constexpr int RESAMPLE_ONE = 1 << 14;    // the weights of an output position sum to this
+inline constexpr int RESAMPLE_TAPS_MAX = 2048;  // output positions of one RESAMPLE_TAPS; even, so that pairs stay whole
 
 /// A fractional pass from `from` to `to` positions: from < to < 2 * from, or to <= from < 2 * to.
 struct RESAMPLE_SCALE {

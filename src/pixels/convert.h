@@ -6,7 +6,7 @@
 
 /// Whole pictures between the frames of this run and the outside formats. `frame` is the image origin of a FRAME_BUFFER
 /// (rows frame_geometry.stride apart); w and h are in pixels, inside the frame's maximum; a size below 1 does nothing.
-/// Outside pictures have any alignment and never overlap the frame:
+/// Outside pictures never overlap the frame; bytes have any alignment, the words of YC48 stand at even addresses:
 ///   RGB    24-bit DIB, bottom-up rows of B, G, R, dib24_stride(w) apart
 ///   YUY2   top-down pairs Y0 U Y1 V, yuy2_stride(w) apart
 ///   YC48   top-down, yc48_stride(w) apart where it is copied as it stands, w * 6 in the BT.709 pair

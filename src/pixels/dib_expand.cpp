@@ -19,21 +19,18 @@ namespace HWY_NAMESPACE {
 static void dib32_to_rgb(uint8_t* bgr, const uint8_t* bgrx, int width) { dib32_row_to_rgb_ref(bgr, bgrx, width); }
 #else
 // Bytes 0..15 and 8..23 of 8 pixels, out of pixels 0..3 and 4..7.
-alignas(16) static constexpr uint8_t A_TO_0[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, NONE, NONE, NONE, NONE};
-alignas(16) static constexpr uint8_t B_TO_0[16] = {NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE,
-                                                   NONE, NONE, NONE, NONE, 0,    1,    2,    4};
-alignas(16) static constexpr uint8_t A_TO_8[16] = {10,   12,   13,   14,   NONE, NONE, NONE, NONE,
-                                                   NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE};
-alignas(16) static constexpr uint8_t B_TO_8[16] = {NONE, NONE, NONE, NONE, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
+static constexpr BYTE_TABLE A_TO_0 = shuffle_table({0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, NONE, NONE, NONE, NONE});
+static constexpr BYTE_TABLE B_TO_0 =
+    shuffle_table({NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, 0, 1, 2, 4});
+static constexpr BYTE_TABLE A_TO_8 =
+    shuffle_table({10, 12, 13, 14, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE});
+static constexpr BYTE_TABLE B_TO_8 = shuffle_table({NONE, NONE, NONE, NONE, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14});
 
 static void dib32_to_rgb(uint8_t* bgr, const uint8_t* bgrx, int width) {
     const auto body = [&](size_t i) HWY_ATTR {
         const V8 a = load_blocks(bgrx + i * 4, 32), b = load_blocks(bgrx + i * 4 + 16, 32);
-        const auto join = [&](const uint8_t(&from_a)[16], const uint8_t(&from_b)[16]) HWY_ATTR {
-            return hn::Or(hn::TableLookupBytesOr0(a, bytes(from_a)), hn::TableLookupBytesOr0(b, bytes(from_b)));
-        };
-        store_blocks(join(A_TO_0, B_TO_0), bgr + i * 3, 24);
-        store_blocks(join(A_TO_8, B_TO_8), bgr + i * 3 + 8, 24);
+        store_blocks(shuffle2(a, A_TO_0, b, B_TO_0), bgr + i * 3, 24);
+        store_blocks(shuffle2(a, A_TO_8, b, B_TO_8), bgr + i * 3 + 8, 24);
     };
     const int done = int(for_each_step(size_t(width), STEP, body));
     dib32_row_to_rgb_ref(bgr + done * 3, bgrx + done * 4, width - done);

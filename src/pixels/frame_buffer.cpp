@@ -22,11 +22,40 @@ FRAME_GEOMETRY frame_geometry_make(int width, int height, int pixel_size) {
     return geometry;
 }
 
+// A whole page in front keeps the block page-aligned.
+#ifdef NDEBUG
+static constexpr size_t GUARD_SIZE = 0;
+#else
+static constexpr size_t GUARD_SIZE = 4096;
+#endif
+
+// No colour and no index of a filter is likely to write this sequence; a shifted copy of it shows too.
+static uint8_t guard_byte(size_t i) { return uint8_t(0xC3 ^ i * 29); }
+
+static void guard_write(uint8_t* zone) {
+    for (size_t i = 0; i < GUARD_SIZE; ++i) zone[i] = guard_byte(i);
+}
+
+static bool guard_intact(const uint8_t* zone) {
+    for (size_t i = 0; i < GUARD_SIZE; ++i)
+        if (zone[i] != guard_byte(i)) return false;
+    return true;
+}
+
 uint8_t* frame_buffer_new() {
-    auto* block = static_cast<uint8_t*>(page_alloc(frame_geometry.block_size));
-    return block ? block + frame_geometry.origin : nullptr;
+    auto* front = static_cast<uint8_t*>(page_alloc(frame_geometry.block_size + 2 * GUARD_SIZE));
+    if (!front) return nullptr;
+    uint8_t* block = front + GUARD_SIZE;
+    guard_write(front);
+    guard_write(block + frame_geometry.block_size);
+    return block + frame_geometry.origin;
 }
 
 void frame_buffer_free(uint8_t* image) {
-    if (image) page_free(image - frame_geometry.origin);
+    if (image) page_free(image - frame_geometry.origin - GUARD_SIZE);
+}
+
+bool frame_buffer_intact(const uint8_t* image) {
+    const uint8_t* block = image - frame_geometry.origin;
+    return guard_intact(block - GUARD_SIZE) && guard_intact(block + frame_geometry.block_size);
 }

@@ -3,15 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "vantel_pixel.h"
+
 /// The internal picture format and the geometry of the blocks that hold pictures.
 
-/// One pixel of YC48. y: 0 black .. 4096 white; cb, cr: -2048 .. 2048, 0 neutral. Values may leave these ranges
-/// anywhere inside the program and are cut only on the way to 8 bits. The matrix of stored values is BT.601.
-struct YC48_PIXEL {
-    int16_t y;
-    int16_t cb;
-    int16_t cr;
-};
+// YC48_PIXEL, 6 bytes without padding, is declared in the SDK, since plug-ins work on it. The matrix of stored values
+// is BT.601.
 static_assert(sizeof(YC48_PIXEL) == 6);
 
 inline constexpr int PIXEL_SIZE_YC48 = 6;
@@ -40,9 +37,12 @@ FRAME_GEOMETRY frame_geometry_make(int width, int height, int pixel_size);
 extern FRAME_GEOMETRY frame_geometry;
 
 /// A new zeroed block; returns the image origin, null when memory is short. Freed with frame_buffer_free (null
-/// allowed).
+/// allowed), under the same geometry. Builds with assertions put a guard zone on both sides of the block.
 uint8_t* frame_buffer_new();
 void frame_buffer_free(uint8_t* image);
+/// Whether nothing has been written outside the block of an image from frame_buffer_new, as far as the guard zones
+/// (4096 bytes each) tell; always true in release builds. The geometry is still the one the block was made with.
+bool frame_buffer_intact(const uint8_t* image);
 
 /// Row stride of a 24-bit DIB (bottom-up rows of B, G, R): width * 3 rounded up to a multiple of 4.
 constexpr int dib24_stride(int width) { return (width + 1) * 3 / 4 * 4; }

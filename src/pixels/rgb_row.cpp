@@ -28,42 +28,59 @@ namespace HWY_NAMESPACE {
 static void rgb_to_yc48(YC48_PIXEL* yc48, const uint8_t* bgr, int width) { rgb_row_to_yc48_ref(yc48, bgr, width); }
 static void yc48_to_rgb(uint8_t* bgr, const YC48_PIXEL* yc48, int width) { yc48_row_to_rgb_ref(bgr, yc48, width); }
 #else
-// No sum here can reach the limits of a word (bytes are at most 16338 once scaled), so the order does not matter.
-template <int B, int G, int R, int ADD>
-static HWY_INLINE V16 rgb_term(V16 b, V16 g, V16 r) {
-    const V16 low = hn::Add(hn::MulHigh(b, word<B>()), word<ADD>());
-    return hn::Add(low, hn::Add(hn::MulHigh(g, word<G>()), hn::MulHigh(r, word<R>())));
+struct TERM_TABLES {
+    WORD_TABLE b, g, r, add;
+};
+struct TO_YC48_TABLES {
+    WORD_TABLE low;
+    TERM_TABLES y, cb, cr;
+};
+static constexpr TERM_TABLES term_tables(const RGB_TERM& m) {
+    return {word_table(m.b), word_table(m.g), word_table(m.r), word_table(m.add)};
 }
+// (v * 256 + 72) >> 2 is v * 64 + 18.
+static constexpr TO_YC48_TABLES TO_YC48 = {word_table(72 << 8 | 72), term_tables(TO_Y), term_tables(TO_CB),
+                                           term_tables(TO_CR)};
 
+// No sum here can reach the limits of a word (bytes are at most 16338 once scaled), so the order does not matter.
 static void rgb_to_yc48(YC48_PIXEL* yc48, const uint8_t* bgr, int width) {
     int16_t* out = &yc48->y;
-    const V8 low = hn::Set(D8(), 72);  // (v * 256 + 72) >> 2 is v * 64 + 18
+    const TO_YC48_TABLES* t = opaque(&TO_YC48);
     const hn::RebindToUnsigned<D16> du;
     const auto scale = [&](V16 v) HWY_ATTR { return hn::BitCast(D16(), hn::ShiftRight<2>(hn::BitCast(du, v))); };
     const auto body = [&](size_t i) HWY_ATTR {
         V16 b, g, r;
-        load_bgr(bgr + i * 3, low, b, g, r);
+        load_bgr(bgr + i * 3, hn::BitCast(D8(), words(t->low)), b, g, r);
         b = scale(b);
         g = scale(g);
         r = scale(r);
-        store_yc48(rgb_term<TO_Y.b, TO_Y.g, TO_Y.r, TO_Y.add>(b, g, r),
-                   rgb_term<TO_CB.b, TO_CB.g, TO_CB.r, TO_CB.add>(b, g, r),
-                   rgb_term<TO_CR.b, TO_CR.g, TO_CR.r, TO_CR.add>(b, g, r), out + i * 3);
+        const auto term = [&](const TERM_TABLES& m) HWY_ATTR {
+            const V16 part = hn::Add(hn::MulHigh(b, words(m.b)), words(m.add));
+            return hn::Add(part, hn::Add(hn::MulHigh(g, words(m.g)), hn::MulHigh(r, words(m.r))));
+        };
+        store_yc48(term(t->y), term(t->cb), term(t->cr), out + i * 3);
     };
     const int done = int(for_each_step(size_t(width), STEP, body));
     rgb_row_to_yc48_ref(yc48 + done, bgr + done * 3, width - done);
 }
 
+struct TO_RGB_TABLES {
+    WORD_TABLE y, add, cb_b, cb_g, cr_g, cr_r;
+};
+static constexpr TO_RGB_TABLES TO_RGB = {word_table(Y_TO_RGB), word_table(3),       word_table(CB_TO_B),
+                                         word_table(CB_TO_G),  word_table(CR_TO_G), word_table(CR_TO_R)};
+
 static void yc48_to_rgb(uint8_t* bgr, const YC48_PIXEL* yc48, int width) {
     const int16_t* in = &yc48->y;
+    const TO_RGB_TABLES* t = opaque(&TO_RGB);
     const auto body = [&](size_t i) HWY_ATTR {
         V16 y, cb, cr;
         load_yc48(in + i * 3, y, cb, cr);
-        // |t| <= 8163 and the other terms stay under 14461 in sum: no saturation.
-        const V16 t = hn::Add(hn::MulHigh(y, word<Y_TO_RGB>()), word<3>());
-        const V16 b = hn::Add(t, hn::MulHigh(cb, word<CB_TO_B>()));
-        const V16 g = hn::Add(t, hn::Add(hn::MulHigh(cb, word<CB_TO_G>()), hn::MulHigh(cr, word<CR_TO_G>())));
-        const V16 r = hn::Add(t, hn::MulHigh(cr, word<CR_TO_R>()));
+        // |luma| <= 8163 and the other terms stay under 14461 in sum: no saturation.
+        const V16 luma = hn::Add(hn::MulHigh(y, words(t->y)), words(t->add));
+        const V16 b = hn::Add(luma, hn::MulHigh(cb, words(t->cb_b)));
+        const V16 g = hn::Add(luma, hn::Add(hn::MulHigh(cb, words(t->cb_g)), hn::MulHigh(cr, words(t->cr_g))));
+        const V16 r = hn::Add(luma, hn::MulHigh(cr, words(t->cr_r)));
         store_bgr(hn::ShiftRight<2>(b), hn::ShiftRight<2>(g), hn::ShiftRight<2>(r), bgr + i * 3);
     };
     const int done = int(for_each_step(size_t(width), STEP, body));

@@ -17,50 +17,58 @@ namespace HWY_NAMESPACE {
 static void rgb_to_yuy2(uint8_t* yuy2, const uint8_t* bgr, int width) { rgb_row_to_yuy2_ref(yuy2, bgr, width); }
 static void yuy2_to_rgb(uint8_t* bgr, const uint8_t* yuy2, int width) { yuy2_row_to_rgb_ref(bgr, yuy2, width); }
 #else
-alignas(16) static constexpr int16_t EVEN[8] = {lane(0), lane(0), lane(2), lane(2), lane(4), lane(4), lane(6), lane(6)};
-alignas(16) static constexpr int16_t ODD[8] = {lane(1), lane(1), lane(3), lane(3), lane(5), lane(5), lane(7), lane(7)};
-alignas(16) static constexpr int16_t SWAP[8] = {lane(1), lane(0), lane(3), lane(2), lane(5), lane(4), lane(7), lane(6)};
-alignas(16) static constexpr uint8_t ZIP[16] = {0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15};
-// Chroma lanes are U V U V ..
-alignas(16) static constexpr int16_t B_TO_UV[8] = {3598, -585, 3598, -585, 3598, -585, 3598, -585};
-alignas(16) static constexpr int16_t G_TO_UV[8] = {-2384, -3013, -2384, -3013, -2384, -3013, -2384, -3013};
-alignas(16) static constexpr int16_t R_TO_UV[8] = {-1214, 3598, -1214, 3598, -1214, 3598, -1214, 3598};
-alignas(16) static constexpr int16_t UV_OFFSET[8] = {4096, 4088, 4096, 4088, 4096, 4088, 4096, 4088};
-alignas(16) static constexpr int16_t UV_TO_BR[8] = {16525, 13075, 16525, 13075, 16525, 13075, 16525, 13075};
-alignas(16) static constexpr int16_t UV_TO_G[8] = {-3209, -6660, -3209, -6660, -3209, -6660, -3209, -6660};
+static constexpr BYTE_TABLE EVEN = shuffle_table({0, 0, 2, 2, 4, 4, 6, 6});
+static constexpr BYTE_TABLE ODD = shuffle_table({1, 1, 3, 3, 5, 5, 7, 7});
+static constexpr BYTE_TABLE SWAP = shuffle_table({1, 0, 3, 2, 5, 4, 7, 6});
+static constexpr BYTE_TABLE ZIP = shuffle_table({0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15});
 
-static HWY_INLINE V16 weigh(V16 b, V16 b_scale, V16 g, V16 g_scale, V16 r, V16 r_scale, V16 add) {
-    const V16 bg = hn::Add(hn::MulHigh(b, b_scale), hn::MulHigh(g, g_scale));
-    return hn::ShiftRight<4>(hn::Add(bg, hn::Add(hn::MulHigh(r, r_scale), add)));
-}
+// Chroma lanes are U V U V ..
+struct TERM_TABLES {
+    WORD_TABLE b, g, r, add;
+};
+struct TO_YUY2_TABLES {
+    TERM_TABLES luma, chroma;
+};
+static constexpr TO_YUY2_TABLES TO_YUY2 = {
+    {word_table(802), word_table(4130), word_table(2104), word_table(264)},
+    {word_table(3598, -585), word_table(-2384, -3013), word_table(-1214, 3598), word_table(2056)}};
 
 static void rgb_to_yuy2(uint8_t* yuy2, const uint8_t* bgr, int width) {
-    const D16 d;
+    const TO_YUY2_TABLES* t = opaque(&TO_YUY2);
     const hn::RebindToUnsigned<D16> du;
-    const auto scale = [&](V16 v) HWY_ATTR { return hn::BitCast(d, hn::ShiftRight<1>(hn::BitCast(du, v))); };
+    const auto scale = [&](V16 v) HWY_ATTR { return hn::BitCast(D16(), hn::ShiftRight<1>(hn::BitCast(du, v))); };
+    const auto weigh = [](V16 b, V16 g, V16 r, const TERM_TABLES& m) HWY_ATTR {
+        const V16 bg = hn::Add(hn::MulHigh(b, words(m.b)), hn::MulHigh(g, words(m.g)));
+        return hn::ShiftRight<4>(hn::Add(bg, hn::Add(hn::MulHigh(r, words(m.r)), words(m.add))));
+    };
     const auto body = [&](size_t i) HWY_ATTR {
         V16 b, g, r;
         load_bgr(bgr + i * 6, hn::Zero(D8()), b, g, r);
         b = scale(b);
         g = scale(g);
         r = scale(r);
-        const V16 luma = weigh(b, word<802>(), g, word<4130>(), r, word<2104>(), word<264>());
-        const V16 chroma = weigh(shuffle(b, EVEN), words(B_TO_UV), shuffle(g, EVEN), words(G_TO_UV), shuffle(r, EVEN),
-                                 words(R_TO_UV), word<2056>());
-        store_blocks(hn::TableLookupBytes(pack_blocks(luma, chroma), bytes(ZIP)), yuy2 + i * 4, 16);
+        const V16 luma = weigh(b, g, r, t->luma);
+        const V16 chroma = weigh(shuffle(b, EVEN), shuffle(g, EVEN), shuffle(r, EVEN), t->chroma);
+        store_blocks(shuffle(pack_blocks(luma, chroma), ZIP), yuy2 + i * 4, 16);
     };
     const int done = 2 * int(for_each_step(size_t(width / 2), STEP / 2, body));
     rgb_row_to_yuy2_ref(yuy2 + done * 2, bgr + done * 3, width - done);
 }
 
+struct TO_RGB_TABLES {
+    WORD_TABLE mask, black, neutral, luma, uv_to_br, uv_to_g;
+};
+static constexpr TO_RGB_TABLES TO_RGB = {word_table(0x3FC0), word_table(492),          word_table(4096, 4088),
+                                         word_table(9539),   word_table(16525, 13075), word_table(-3209, -6660)};
+
 static void yuy2_to_rgb(uint8_t* bgr, const uint8_t* yuy2, int width) {
-    const D16 d;
+    const TO_RGB_TABLES* t = opaque(&TO_RGB);
     const auto body = [&](size_t i) HWY_ATTR {
-        const V16 v = hn::BitCast(d, load_blocks(yuy2 + i * 4, 16));
-        const V16 y = hn::Sub(hn::ShiftRight<1>(low_byte_64(v)), word<492>());
-        const V16 uv = hn::Sub(hn::ShiftRight<1>(high_byte_64(v)), words(UV_OFFSET));
-        const V16 luma = hn::MulHigh(y, word<9539>());
-        const V16 br = hn::MulHigh(uv, words(UV_TO_BR)), half_g = hn::MulHigh(uv, words(UV_TO_G));
+        const V16 v = hn::BitCast(D16(), load_blocks(yuy2 + i * 4, 16));
+        const V16 y = hn::Sub(hn::ShiftRight<1>(low_byte_64(v)), words(t->black));
+        const V16 uv = hn::Sub(hn::ShiftRight<1>(high_byte_64(v, t->mask)), words(t->neutral));
+        const V16 luma = hn::MulHigh(y, words(t->luma));
+        const V16 br = hn::MulHigh(uv, words(t->uv_to_br)), half_g = hn::MulHigh(uv, words(t->uv_to_g));
         const V16 b = hn::Add(shuffle(br, EVEN), luma), r = hn::Add(shuffle(br, ODD), luma);
         const V16 g = hn::Add(hn::Add(half_g, shuffle(half_g, SWAP)), luma);
         store_bgr(hn::ShiftRight<2>(b), hn::ShiftRight<2>(g), hn::ShiftRight<2>(r), bgr + i * 6);

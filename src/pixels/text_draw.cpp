@@ -84,9 +84,9 @@ static char32_t first_code_point(const std::string& utf8) {
 static int to_int(int64_t v) { return int(std::min<int64_t>(v, std::numeric_limits<int>::max())); }
 
 void frame_draw_text(uint8_t* frame, int x, int y, const char* text, int r, int g, int b, int transparency,
-                     const GLYPH_FONT* font, int* out_w, int* out_h) {
-    static const GLYPH_FONT DEFAULT_FONT;
-    const GLYPH_FONT& used = font ? *font : DEFAULT_FONT;
+                     const TEXT_FONT* font, int* out_w, int* out_h) {
+    static const TEXT_FONT DEFAULT_FONT;
+    const TEXT_FONT& used = font ? *font : DEFAULT_FONT;
     const TEXT_BRUSH brush = brush_make(frame, r, g, b, transparency);
     GLYPH_METRICS metrics = {};
     int64_t pen = 0;

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-struct GLYPH_FONT;
+struct TEXT_FONT;
 
 /// Draws text into a picture, at the image origin `frame` of a FRAME_BUFFER of either pixel size.
 ///
@@ -12,7 +12,7 @@ struct GLYPH_FONT;
 ///         32 are skipped. Characters that no font has show as a box; null draws nothing.
 /// r, g, b: colour, cut to 0 .. 255.
 /// transparency: 0 (solid) .. 4096 (invisible), cut to that.
-/// font:   null: the default GLYPH_FONT.
+/// font:   null: the default TEXT_FONT.
 /// out_w, out_h: the extent of the whole text, drawn or not: the widest line's advance, the number of lines times the
 ///         height of a line; 0 for an empty text or without any font. Each may be null.
 ///
@@ -24,4 +24,4 @@ struct GLYPH_FONT;
 /// Only the thread that drives rendering may call this (the shapes are cached). No errors; without fonts nothing is
 /// drawn.
 void frame_draw_text(uint8_t* frame, int x, int y, const char* text, int r, int g, int b, int transparency,
-                     const GLYPH_FONT* font, int* out_w, int* out_h);
+                     const TEXT_FONT* font, int* out_w, int* out_h);

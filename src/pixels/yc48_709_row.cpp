@@ -43,7 +43,7 @@ static void matrix_row(YC48_PIXEL* out, const YC48_PIXEL* in, int width, const M
     matrix_row_ref(out, in, width, m);
 }
 #else
-// Products are at most 32768 * 22397 / 65536 and sums stay under 14300: only the scaling of the inputs can saturate.
+// Products are at most 32768 * 22397 / 65536 and sums stay under 14600: only the scaling of the inputs can saturate.
 static void matrix_row(YC48_PIXEL* out, const YC48_PIXEL* in, int width, const MATRIX_709& m) {
     const D16 d;
     const V16 one = hn::Set(d, 1), three = hn::Set(d, 3), y_y = hn::Set(d, Y_Y);

@@ -22,26 +22,29 @@ static void yc48_to_yuy2_709(uint8_t* yuy2, const YC48_PIXEL* yc48, int pairs) {
     yc48_row_to_yuy2_709_ref(yuy2, yc48, pairs);
 }
 #else
-// Words of the pairs U V U V ..; "own" is the factor of the lane's own sample, "other" that of its neighbour.
-alignas(16) static constexpr int16_t TO_C_OWN[8] = {18534, 18416, 18534, 18416, 18534, 18416, 18534, 18416};
-alignas(16) static constexpr int16_t TO_C_OTHER[8] = {-2082, -1345, -2082, -1345, -2082, -1345, -2082, -1345};
-alignas(16) static constexpr int16_t TO_Y_UV[8] = {1902, 3672, 1902, 3672, 1902, 3672, 1902, 3672};
-alignas(16) static constexpr int16_t SWAP[8] = {lane(1), lane(0), lane(3), lane(2), lane(5), lane(4), lane(7), lane(6)};
+// Chroma lanes are U V U V ..; "own" is the factor of the lane's own sample, "other" that of its neighbour.
+struct TO_YC48_TABLES {
+    WORD_TABLE mask, centre, own, other, uv_to_y, black, luma_scale;
+};
+static constexpr TO_YC48_TABLES TO_YC48 = {word_table(0x3FC0),       word_table(8192),       word_table(18534, 18416),
+                                           word_table(-2082, -1345), word_table(1902, 3672), word_table(1022),
+                                           word_table(19152)};
+static constexpr BYTE_TABLE SWAP = shuffle_table({1, 0, 3, 2, 5, 4, 7, 6});
 
 // Samples are at most 16320 once scaled and every sum stays under 14000: no saturation, any order.
 static void yuy2_709_to_yc48(YC48_PIXEL* yc48, const uint8_t* yuy2, int pairs) {
-    const D16 d;
-    const auto load = [&](const uint8_t* p) HWY_ATTR { return hn::BitCast(d, load_blocks(p, 16)); };
-    const auto centred = [&](V16 v) HWY_ATTR { return hn::Sub(high_byte_64(v), word<8192>()); };
+    const TO_YC48_TABLES* t = opaque(&TO_YC48);
+    const auto load = [](const uint8_t* p) HWY_ATTR { return hn::BitCast(D16(), load_blocks(p, 16)); };
+    const auto centred = [&](V16 v) HWY_ATTR { return hn::Sub(high_byte_64(v, t->mask), words(t->centre)); };
     const auto chroma = [&](V16 uv) HWY_ATTR {
-        return hn::Add(hn::MulHigh(uv, words(TO_C_OWN)), hn::MulHigh(shuffle(uv, SWAP), words(TO_C_OTHER)));
+        return hn::Add(hn::MulHigh(uv, words(t->own)), hn::MulHigh(shuffle(uv, SWAP), words(t->other)));
     };
     int16_t* out = &yc48->y;
     const auto body = [&](size_t i) HWY_ATTR {
         const V16 v = load(yuy2 + i * 4), next = load(yuy2 + i * 4 + 4);
         const V16 uv = centred(v);
-        const V16 part = hn::MulHigh(uv, words(TO_Y_UV));
-        const V16 luma = hn::MulHigh(hn::Sub(low_byte_64(v), word<1022>()), word<19152>());
+        const V16 part = hn::MulHigh(uv, words(t->uv_to_y));
+        const V16 luma = hn::MulHigh(hn::Sub(low_byte_64(v), words(t->black)), words(t->luma_scale));
         const V16 y = hn::Add(luma, hn::Add(part, shuffle(part, SWAP)));
         const V16 c = chroma(uv);
         store_yc48_pairs(y, c, hn::ShiftRight<1>(hn::Add(c, chroma(centred(next)))), out + i * 6);
@@ -51,24 +54,23 @@ static void yuy2_709_to_yc48(YC48_PIXEL* yc48, const uint8_t* yuy2, int pairs) {
     yuy2_709_row_to_yc48_ref(yc48 + done * 2, yuy2 + done * 4, pairs - done);
 }
 
-// Lanes of the result are Y0 U Y1 V, of the source pairs Y0 Cb Cr Y1: each result is a sum of three products.
-alignas(16) static constexpr int16_t FIRST[8] = {lane(0), lane(1), lane(3), lane(2),
-                                                 lane(4), lane(5), lane(7), lane(6)};
-alignas(16) static constexpr int16_t FIRST_SCALE[8] = {14016, 14602, 14016, 14699, 14016, 14602, 14016, 14699};
-alignas(16) static constexpr int16_t SECOND[8] = {lane(1), lane(2), lane(1), lane(1),
-                                                  lane(5), lane(6), lane(5), lane(5)};
-alignas(16) static constexpr int16_t SECOND_SCALE[8] = {-1655, 1642, -1655, 1076, -1655, 1642, -1655, 1076};
-alignas(16) static constexpr int16_t THIRD[8] = {lane(2), lane(2), lane(2), lane(2),
-                                                 lane(6), lane(6), lane(6), lane(6)};
-alignas(16) static constexpr int16_t THIRD_SCALE[8] = {-2980, 0, -2980, 0, -2980, 0, -2980, 0};
-alignas(16) static constexpr int16_t ADD[8] = {67, 514, 67, 514, 67, 514, 67, 514};
+// Lanes of the result are Y0 U Y1 V, of the source pairs Y0 Cb Cr Y1: each result is a sum of up to three products.
+static constexpr BYTE_TABLE FIRST = shuffle_table({0, 1, 3, 2, 4, 5, 7, 6});
+static constexpr BYTE_TABLE SECOND = shuffle_table({1, 2, 1, 1, 5, 6, 5, 5});
+static constexpr BYTE_TABLE THIRD = shuffle_table({2, 2, 2, 2, 6, 6, 6, 6});
+struct TO_YUY2_TABLES {
+    WORD_TABLE first, second, third, add;
+};
+static constexpr TO_YUY2_TABLES TO_YUY2 = {word_table(14016, 14602, 14016, 14699), word_table(-1655, 1642, -1655, 1076),
+                                           word_table(-2980, 0), word_table(67, 514)};
 
 static void yc48_to_yuy2_709(uint8_t* yuy2, const YC48_PIXEL* yc48, int pairs) {
-    const auto convert = [](V16 v) HWY_ATTR {
-        const V16 a = hn::MulHigh(shuffle(v, FIRST), words(FIRST_SCALE));
-        const V16 b = hn::MulHigh(shuffle(v, SECOND), words(SECOND_SCALE));
-        const V16 c = hn::MulHigh(shuffle(v, THIRD), words(THIRD_SCALE));
-        return hn::ShiftRight<2>(hn::Add(hn::Add(a, b), hn::Add(c, words(ADD))));
+    const TO_YUY2_TABLES* t = opaque(&TO_YUY2);
+    const auto convert = [&](V16 v) HWY_ATTR {
+        const V16 a = hn::MulHigh(shuffle(v, FIRST), words(t->first));
+        const V16 b = hn::MulHigh(shuffle(v, SECOND), words(t->second));
+        const V16 c = hn::MulHigh(shuffle(v, THIRD), words(t->third));
+        return hn::ShiftRight<2>(hn::Add(hn::Add(a, b), hn::Add(c, words(t->add))));
     };
     const int16_t* in = &yc48->y;
     const auto body = [&](size_t i) HWY_ATTR {

@@ -19,15 +19,22 @@ static void yuy2_to_yc48(YC48_PIXEL* yc48, const uint8_t* yuy2, int pairs) { yuy
 static void yc48_to_yuy2(uint8_t* yuy2, const YC48_PIXEL* yc48, int pairs) { yc48_row_to_yuy2_ref(yuy2, yc48, pairs); }
 static void clamp_limit(uint8_t* yuy2, int pairs) { yuy2_row_clamp_limit_ref(yuy2, pairs); }
 #else
+struct TO_YC48_TABLES {
+    WORD_TABLE mask, luma_scale, luma_base, chroma_scale, chroma_base;
+};
+static constexpr TO_YC48_TABLES TO_YC48 = {word_table(0x3FC0), word_table(19152), word_table(299), word_table(18725),
+                                           word_table(2340)};
+
 static void yuy2_to_yc48(YC48_PIXEL* yc48, const uint8_t* yuy2, int pairs) {
-    const D16 d;
-    const auto load = [&](const uint8_t* p) HWY_ATTR { return hn::BitCast(d, load_blocks(p, 16)); };
-    const auto chroma = [&](V16 v)
-                            HWY_ATTR { return hn::Sub(hn::MulHigh(high_byte_64(v), word<18725>()), word<2340>()); };
+    const TO_YC48_TABLES* t = opaque(&TO_YC48);
+    const auto load = [](const uint8_t* p) HWY_ATTR { return hn::BitCast(D16(), load_blocks(p, 16)); };
+    const auto chroma = [&](V16 v) HWY_ATTR {
+        return hn::Sub(hn::MulHigh(high_byte_64(v, t->mask), words(t->chroma_scale)), words(t->chroma_base));
+    };
     int16_t* out = &yc48->y;
     const auto body = [&](size_t i) HWY_ATTR {
         const V16 v = load(yuy2 + i * 4), next = load(yuy2 + i * 4 + 4);
-        const V16 y = hn::Sub(hn::MulHigh(low_byte_64(v), word<19152>()), word<299>());
+        const V16 y = hn::Sub(hn::MulHigh(low_byte_64(v), words(t->luma_scale)), words(t->luma_base));
         const V16 c = chroma(v);
         store_yc48_pairs(y, c, hn::ShiftRight<1>(hn::Add(c, chroma(next))), out + i * 6);
     };
@@ -36,20 +43,22 @@ static void yuy2_to_yc48(YC48_PIXEL* yc48, const uint8_t* yuy2, int pairs) {
     yuy2_row_to_yc48_ref(yc48 + done * 2, yuy2 + done * 4, pairs - done);
 }
 
-alignas(16) static constexpr int16_t YC48_ADD[8] = {301, 2350, 2350, 301, 301, 2350, 2350, 301};
-alignas(16) static constexpr int16_t YC48_SCALE[8] = {14016, 14336, 14336, 14016, 14016, 14336, 14336, 14016};
-alignas(16) static constexpr uint8_t YUVY_TO_YUYV[16] = {0, 1, 3, 2, 4, 5, 7, 6, 8, 9, 11, 10, 12, 13, 15, 14};
+struct TO_YUY2_TABLES {
+    WORD_TABLE add, scale;
+};
+static constexpr TO_YUY2_TABLES TO_YUY2 = {word_table(301, 2350, 2350, 301), word_table(14016, 14336, 14336, 14016)};
+static constexpr BYTE_TABLE YUVY_TO_YUYV = shuffle_table({0, 1, 3, 2, 4, 5, 7, 6, 8, 9, 11, 10, 12, 13, 15, 14});
 
 static void yc48_to_yuy2(uint8_t* yuy2, const YC48_PIXEL* yc48, int pairs) {
-    const auto convert = [](V16 v) HWY_ATTR {
-        return hn::ShiftRight<2>(hn::MulHigh(hn::SaturatedAdd(v, words(YC48_ADD)), words(YC48_SCALE)));
+    const TO_YUY2_TABLES* t = opaque(&TO_YUY2);
+    const auto convert = [&](V16 v) HWY_ATTR {
+        return hn::ShiftRight<2>(hn::MulHigh(hn::SaturatedAdd(v, words(t->add)), words(t->scale)));
     };
     const int16_t* in = &yc48->y;
     const auto body = [&](size_t i) HWY_ATTR {
         V16 low, high;
         load_yc48_pairs(in + i * 6, low, high);
-        const V8 packed = pack_blocks(convert(low), convert(high));
-        store_blocks(hn::TableLookupBytes(packed, bytes(YUVY_TO_YUYV)), yuy2 + i * 4, 16);
+        store_blocks(shuffle(pack_blocks(convert(low), convert(high)), YUVY_TO_YUYV), yuy2 + i * 4, 16);
     };
     const int done = int(for_each_step(size_t(pairs), STEP / 2, body));
     yc48_row_to_yuy2_ref(yuy2 + done * 4, yc48 + done * 2, pairs - done);

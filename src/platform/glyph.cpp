@@ -11,6 +11,8 @@
 #include FT_FREETYPE_H
 #include FT_SYNTHESIS_H
 
+#include "platform/text.h"
+
 static constexpr size_t FONT_SET_MAX = 8;                // fonts kept open, the one used longest ago goes
 static constexpr size_t COVERAGE_MAX = size_t{8} << 20;  // bytes of shapes kept for a font
 
@@ -20,6 +22,9 @@ struct FT_LIBRARY_FREE {
 struct FT_FACE_FREE {
     void operator()(FT_Face face) const { FT_Done_Face(face); }
 };
+struct FC_CONFIG_FREE {
+    void operator()(FcConfig* config) const { FcConfigDestroy(config); }
+};
 struct FC_SET_FREE {
     void operator()(FcFontSet* set) const { FcFontSetDestroy(set); }
 };
@@ -28,9 +33,9 @@ struct FC_PATTERN_FREE {
 };
 using FT_FACE_PTR = std::unique_ptr<FT_FaceRec_, FT_FACE_FREE>;
 
-/// The fonts that serve a GLYPH_FONT, best first, and the shapes made of them so far.
+/// The fonts that serve a TEXT_FONT, best first, and the shapes made of them so far.
 struct FONT_SET {
-    GLYPH_FONT font;
+    TEXT_FONT font;
     std::unique_ptr<FcFontSet, FC_SET_FREE> sorted;
     std::vector<FT_FACE_PTR> faces;  // one for each of `sorted`, null until needed
     GLYPH_METRICS metrics;
@@ -38,36 +43,37 @@ struct FONT_SET {
     size_t coverage_size;
 };
 
-/// In order of destruction, the library last.
+/// In order of destruction, the libraries last. The configuration is our own: the window system has another one.
 struct GLYPH_STATE {
+    std::unique_ptr<FcConfig, FC_CONFIG_FREE> config;
     std::unique_ptr<FT_LibraryRec_, FT_LIBRARY_FREE> library;
     std::vector<std::unique_ptr<FONT_SET>> sets;  // the one used last is the last
 };
 
 static GLYPH_STATE state;
 
-static bool library_open() {
-    if (state.library) return true;
+static bool libraries_open() {
+    if (!state.config) state.config.reset(FcInitLoadConfigAndFonts());
     FT_Library library = nullptr;
-    if (FT_Init_FreeType(&library) != 0) return false;
-    state.library.reset(library);
-    return FcInit() != FcFalse;
+    if (!state.library && FT_Init_FreeType(&library) == 0) state.library.reset(library);
+    return state.config && state.library;
 }
 
-static std::unique_ptr<FcFontSet, FC_SET_FREE> fonts_sort(const GLYPH_FONT& font) {
+static std::unique_ptr<FcFontSet, FC_SET_FREE> fonts_sort(const TEXT_FONT& font) {
     const std::unique_ptr<FcPattern, FC_PATTERN_FREE> pattern(FcPatternCreate());
     if (!pattern) return nullptr;
     const auto text = [](const char* s) { return reinterpret_cast<const FcChar8*>(s); };
-    if (!font.name.empty()) FcPatternAddString(pattern.get(), FC_FAMILY, text(font.name.c_str()));
+    if (!font.name.empty()) FcPatternAddString(pattern.get(), FC_FAMILY, text(text_to_utf8(font.name).c_str()));
     FcPatternAddString(pattern.get(), FC_FAMILY, text("sans-serif"));
     FcPatternAddString(pattern.get(), FC_LANG, text("ja"));
     FcPatternAddInteger(pattern.get(), FC_WEIGHT, FcWeightFromOpenType(std::clamp(font.weight, 1, 1000)));
     FcPatternAddInteger(pattern.get(), FC_SLANT, font.italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
     FcPatternAddBool(pattern.get(), FC_SCALABLE, FcTrue);
-    FcConfigSubstitute(nullptr, pattern.get(), FcMatchPattern);
+    FcConfigSubstitute(state.config.get(), pattern.get(), FcMatchPattern);
     FcDefaultSubstitute(pattern.get());
     FcResult result = FcResultMatch;
-    return std::unique_ptr<FcFontSet, FC_SET_FREE>(FcFontSort(nullptr, pattern.get(), FcTrue, nullptr, &result));
+    return std::unique_ptr<FcFontSet, FC_SET_FREE>(
+        FcFontSort(state.config.get(), pattern.get(), FcTrue, nullptr, &result));
 }
 
 static bool face_size(FT_Face face, int height) {
@@ -99,8 +105,8 @@ static FT_Face first_face(FONT_SET* set) {
     return nullptr;
 }
 
-static std::unique_ptr<FONT_SET> set_open(const GLYPH_FONT& font) {
-    if (!library_open()) return nullptr;
+static std::unique_ptr<FONT_SET> set_open(const TEXT_FONT& font) {
+    if (!libraries_open()) return nullptr;
     auto set = std::make_unique<FONT_SET>();
     set->font = font;
     set->sorted = fonts_sort(font);
@@ -115,7 +121,7 @@ static std::unique_ptr<FONT_SET> set_open(const GLYPH_FONT& font) {
     return set;
 }
 
-static FONT_SET* set_get(const GLYPH_FONT& font) {
+static FONT_SET* set_get(const TEXT_FONT& font) {
     auto& sets = state.sets;
     const auto found = std::find_if(sets.begin(), sets.end(), [&](const auto& set) { return set->font == font; });
     if (found != sets.end()) {
@@ -146,7 +152,7 @@ static FACE_CHARACTER character_find(FONT_SET* set, char32_t character) {
     return {first_face(set), 0};
 }
 
-static bool shape_render(const GLYPH_FONT& font, FACE_CHARACTER character) {
+static bool shape_render(const TEXT_FONT& font, FACE_CHARACTER character) {
     if (FT_Load_Glyph(character.face, character.index, FT_LOAD_NO_BITMAP) != 0) return false;
     FT_GlyphSlot slot = character.face->glyph;
     if (font.weight >= 600 && !(character.face->style_flags & FT_STYLE_FLAG_BOLD)) FT_GlyphSlot_Embolden(slot);
@@ -173,7 +179,7 @@ static GLYPH glyph_make(FONT_SET* set, char32_t character) {
     return glyph;
 }
 
-bool glyph_metrics(const GLYPH_FONT& font, GLYPH_METRICS* metrics) {
+bool glyph_metrics(const TEXT_FONT& font, GLYPH_METRICS* metrics) {
     try {
         const FONT_SET* set = set_get(font);
         if (set) *metrics = set->metrics;
@@ -183,7 +189,7 @@ bool glyph_metrics(const GLYPH_FONT& font, GLYPH_METRICS* metrics) {
     }
 }
 
-const GLYPH* glyph_get(const GLYPH_FONT& font, char32_t character) {
+const GLYPH* glyph_get(const TEXT_FONT& font, char32_t character) {
     try {
         FONT_SET* set = set_get(font);
         if (!set) return nullptr;

@@ -8,13 +8,13 @@
 /// rendering may call this. Works without any font: then there is no shape.
 
 /// What kind of letters are wanted. fontconfig chooses the nearest font it has.
-struct GLYPH_FONT {
-    std::string name;     // UTF-8 family name; empty: the usual Japanese sans serif
+struct TEXT_FONT {
+    std::string name;     // family name in code page 932; empty: the usual Japanese sans serif
     int height = 16;      // pixels; above 0 of a whole line (ascent and descent), below 0 of the em square; 0 is 16.
                           // Taken into -1000 .. 1000
     int weight = 400;     // 400 normal, 700 bold, ... 1 .. 1000
     bool italic = false;  // slanted by arithmetic when the font has no such face; bold likewise
-    bool operator==(const GLYPH_FONT&) const = default;
+    bool operator==(const TEXT_FONT&) const = default;
 };
 
 struct GLYPH_METRICS {
@@ -34,9 +34,9 @@ struct GLYPH {
 };
 
 /// False when no font can be had.
-bool glyph_metrics(const GLYPH_FONT& font, GLYPH_METRICS* metrics);
+bool glyph_metrics(const TEXT_FONT& font, GLYPH_METRICS* metrics);
 
 /// The shape of a Unicode character, from the first of the matching fonts that has it; else the box that the first font
 /// shows for absent characters. Null when no font can be had or memory is short. The result stays valid until the next
 /// call of this header.
-const GLYPH* glyph_get(const GLYPH_FONT& font, char32_t character);
+const GLYPH* glyph_get(const TEXT_FONT& font, char32_t character);

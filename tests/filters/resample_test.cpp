@@ -85,13 +85,12 @@ static LINE line_fraction(const LINE& line, int m, SAMPLE sample) {
 }
 
 // Rows of pairs: Y0 U Y1 V. Outside the row the first and last pair repeat.
-static int luma(const LINE& row, int pixel) {
-    const int pair = std::clamp(pixel >> 1, 0, int(row.size()) / 4 - 1);
-    return row[size_t(pair * 4 + (pixel & 1) * 2)];
+static int pair_byte(const LINE& row, int pair, int byte) {
+    const int inside = std::clamp(pair, 0, int(row.size()) / 4 - 1) * 4 + byte;
+    return row[size_t(inside)];
 }
-static int chroma(const LINE& row, int pair, int which) {
-    return row[size_t(std::clamp(pair, 0, int(row.size()) / 4 - 1) * 4 + 1 + which * 2)];
-}
+static int luma(const LINE& row, int pixel) { return pair_byte(row, pixel >> 1, (pixel & 1) * 2); }
+static int chroma(const LINE& row, int pair, int which) { return pair_byte(row, pair, 1 + which * 2); }
 
 static LINE pairs_double(const LINE& row, int w) {
     LINE out;
@@ -266,21 +265,21 @@ TEST_P(ResampleTest, AgreesWithTheModel) {
             if (testing::Test::HasFatalFailure()) return;
         }
     };
-    kernel_for_each_target([&](RNG& rng) { round(rng, 60); });
+    kernel_for_each_target([&](RNG& rng) { round(rng, 30); });
     simd_enabled = false;
     RNG rng(kernel_seed());
     round(rng, 60);
     simd_enabled = true;
 }
 
-TEST_P(ResampleTest, WholeMaximumPicture) {  // the margin is all there is around it
-    frame_geometry = frame_geometry_make(1288, 248, GetParam());
+TEST_P(ResampleTest, WholeMaximumPicture) {                       // the margin is all there is around it
+    frame_geometry = frame_geometry_make(2304, 240, GetParam());  // more positions than one set of taps has
     FRAME src;
     FRAME alt;
     RNG rng(kernel_seed());
-    const CASE cases[] = {{1287, 248, 0, 0, 1288, 247}, {1288, 248, 0, 0, 644, 124}, {1288, 248, 0, 0, 700, 200},
-                          {700, 130, 0, 0, 1288, 248},  {322, 62, 0, 0, 1288, 248},  {1288, 248, 0, 0, 1, 1},
-                          {1, 1, 0, 0, 1288, 248},      {5, 3, 1280, 240, 8, 8}};
+    const CASE cases[] = {{2303, 240, 0, 0, 2304, 239}, {2304, 240, 0, 0, 1152, 120}, {2304, 240, 0, 0, 1300, 200},
+                          {1300, 130, 0, 0, 2304, 240}, {576, 60, 0, 0, 2304, 240},   {2304, 240, 0, 0, 1, 1},
+                          {1, 1, 0, 0, 2304, 240},      {5, 3, 2296, 232, 8, 8}};
     for (const CASE& c : cases) {
         SCOPED_TRACE(testing::Message() << c.in_w << " to " << c.out_w);
         check_case(c, src, alt, rng);

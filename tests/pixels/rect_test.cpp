@@ -1,5 +1,6 @@
 #include "pixels/rect.h"
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -95,7 +96,7 @@ TEST_P(RectTest, PadEdges) {
     }
 }
 
-TEST_P(RectTest, BlendRowsStaysInsideAndKeepsTheEnds) {
+TEST_P(RectTest, BlendRowsMixesInsideOnlyAndKeepsTheEnds) {
     std::vector<uint8_t> src = block();
     if (GetParam() == 6)  // levels that four times still fit a word
         for (size_t i = 0; i + 1 < src.size(); i += 2) src[i + 1] = uint8_t(int8_t(src[i + 1]) / 8);
@@ -108,6 +109,25 @@ TEST_P(RectTest, BlendRowsStaysInsideAndKeepsTheEnds) {
     frame_copy_rows(image(copied), image(src), nullptr, 35, 50, 1);
     frame_blend_rows(image(dst), image(src), 35, 50, -5);
     EXPECT_EQ(copied, dst);
+    std::vector<uint8_t> mixed = before;
+    std::vector<uint8_t> want = before;
+    const auto mix = [](int a, int b) { return int(std::floor(a * 12288 / 16384.0) + std::floor(b * 4096 / 16384.0)); };
+    for (int row = 0; row < 50; ++row)
+        for (int i = 0; i < width_bytes(35); i += GetParam() == 2 ? 1 : 2) {
+            const size_t at = place(row, i);
+            if (GetParam() == 2) {
+                want[at] = uint8_t(mix(src[at], before[at]));
+                continue;
+            }
+            const auto word = [at](const std::vector<uint8_t>& bytes) {
+                return int16_t(bytes[at] | bytes[at + 1] << 8);
+            };
+            const int value = mix(word(src), word(before));
+            want[at] = uint8_t(value);
+            want[at + 1] = uint8_t(value >> 8);
+        }
+    frame_blend_rows(image(mixed), image(src), 35, 50, 1024);
+    EXPECT_EQ(want, mixed);
 }
 
 TEST(RectBlend, KnownValues) {

@@ -10,7 +10,7 @@
 #include "pixels/frame_buffer.h"
 #include "platform/glyph.h"
 
-static const GLYPH_FONT FONT = {"", 24, 400, false};
+static const TEXT_FONT FONT = {"", 24, 400, false};
 
 /// A block with some picture in it, and the model of what a text makes of it: from the shapes, pixel by pixel.
 struct TextDraw : testing::TestWithParam<int> {
@@ -33,7 +33,7 @@ struct TextDraw : testing::TestWithParam<int> {
             for (int column = 0; column < glyph.width; ++column) {
                 const int64_t px = x + glyph.left + column;
                 const int64_t py = y + glyph.top + row;
-                const int c = glyph.coverage[size_t(row * glyph.width + column)];
+                const int c = glyph.coverage.data()[row * glyph.width + column];
                 if (px < 0 || py < 0 || px >= 320 || py >= 240 || c == 0) continue;
                 uint8_t* line = image(bytes) + py * frame_geometry.stride;
                 if (GetParam() == 6) {
@@ -102,7 +102,7 @@ TEST_P(TextDraw, TellsTheExtent) {
 TEST(Glyph, ShapesFollowTheFont) {
     GLYPH_METRICS metrics;
     if (!glyph_metrics({}, &metrics)) GTEST_SKIP() << "no font on this machine";
-    const auto ink = [](const GLYPH_FONT& font, char32_t character) {
+    const auto ink = [](const TEXT_FONT& font, char32_t character) {
         const GLYPH* glyph = glyph_get(font, character);
         EXPECT_EQ(size_t(glyph->width) * size_t(glyph->height), glyph->coverage.size());
         for (const uint8_t c : glyph->coverage) EXPECT_LE(c, 64);
@@ -115,6 +115,8 @@ TEST(Glyph, ShapesFollowTheFont) {
     EXPECT_EQ(0, ink({"", 40, 400, false}, U' '));
     EXPECT_GT(ink({"no such family", 40, 400, true}, U'\u6F22'), 0);
     EXPECT_GT(ink({"", 40, 400, false}, char32_t{0x10FFFE}), 0);  // no font has it: a box
+    const GLYPH* again = glyph_get({"", 40, 400, false}, U'H');
+    EXPECT_EQ(again, glyph_get({"", 40, 400, false}, U'H'));
     ASSERT_TRUE(glyph_metrics({"", 30, 400, false}, &metrics));
     EXPECT_EQ(30, metrics.height);
     EXPECT_GT(metrics.ascent, 15);

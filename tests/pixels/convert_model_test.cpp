@@ -1,0 +1,195 @@
+// The formulas of the conversions once more, by other means than the kernels' (wide integers, floor in floating point),
+// against the scalar definitions on random input.
+
+#include <cmath>
+#include <ostream>
+#include <vector>
+
+#include "pixels/rgb_row.h"
+#include "pixels/rgb_yuy2_row.h"
+#include "pixels/yc48_709_row.h"
+#include "pixels/yuy2_709_row.h"
+#include "pixels/yuy2_row.h"
+#include "support/kernel_test.h"
+
+static int model_mulhi(int a, int b) { return int(std::floor(double(a) * double(b) / 65536.0)); }
+static int model_word(int v) { return v < -32768 ? -32768 : v > 32767 ? 32767 : v; }
+static int model_shift(int v, int bits) { return int(std::floor(double(v) / (1 << bits))); }
+static uint8_t model_byte(int v) { return uint8_t(v < 0 ? 0 : v > 255 ? 255 : v); }
+
+static bool operator==(const YC48_PIXEL& a, const YC48_PIXEL& b) { return a.y == b.y && a.cb == b.cb && a.cr == b.cr; }
+static void PrintTo(const YC48_PIXEL& p, std::ostream* out) { *out << p.y << ", " << p.cb << ", " << p.cr; }
+
+/// Pixels of all words, and of those near the nominal range.
+static std::vector<YC48_PIXEL> random_pixels(size_t n, RNG& rng) {
+    std::vector<YC48_PIXEL> row(n);
+    for (YC48_PIXEL& p : row) {
+        const int reach = rng.below(2) ? 32767 : 6000;
+        p = {int16_t(rng.between(-reach - 1, reach)), int16_t(rng.between(-reach - 1, reach)),
+             int16_t(rng.between(-reach - 1, reach))};
+    }
+    return row;
+}
+
+struct ConvertModel : testing::Test {
+    RNG rng{kernel_seed()};
+    testing::ScopedTrace trace{__FILE__, __LINE__, "VANTEL_TEST_SEED=" + std::to_string(kernel_seed())};
+};
+
+struct BGR {
+    uint8_t b, g, r;
+    bool operator==(const BGR&) const = default;
+};
+static void PrintTo(const BGR& p, std::ostream* out) { *out << int(p.b) << ", " << int(p.g) << ", " << int(p.r); }
+
+static YC48_PIXEL to_yc48(BGR c) {
+    YC48_PIXEL p;
+    rgb_row_to_yc48_ref(&p, &c.b, 1);
+    return p;
+}
+static BGR to_rgb(YC48_PIXEL p) {
+    BGR c;
+    yc48_row_to_rgb_ref(&c.b, &p, 1);
+    return c;
+}
+
+TEST_F(ConvertModel, Rgb) {
+    for (int i = 0; i < 20000; ++i) {
+        const BGR c{uint8_t(rng.below(256)), uint8_t(rng.below(256)), uint8_t(rng.below(256))};
+        const int b = c.b * 64 + 18, g = c.g * 64 + 18, r = c.r * 64 + 18;
+        const YC48_PIXEL want{int16_t(model_mulhi(b, 1875) + model_mulhi(g, 9655) + model_mulhi(r, 4918) - 3),
+                              int16_t(model_mulhi(b, 8224) + model_mulhi(g, -5449) + model_mulhi(r, -2775) + 1),
+                              int16_t(model_mulhi(b, -1337) + model_mulhi(g, -6887) + model_mulhi(r, 8224) + 1)};
+        ASSERT_EQ(to_yc48(c), want) << testing::PrintToString(c);
+
+        const YC48_PIXEL p = random_pixels(1, rng)[0];
+        const int t = model_mulhi(p.y, 16320) + 3;
+        const int g4 = t + model_mulhi(p.cb, -5616) + model_mulhi(p.cr, -11655);
+        const BGR bytes{model_byte(model_shift(t + model_mulhi(p.cb, 28919), 2)), model_byte(model_shift(g4, 2)),
+                        model_byte(model_shift(t + model_mulhi(p.cr, 22881), 2))};
+        ASSERT_EQ(to_rgb(p), bytes) << testing::PrintToString(p);
+    }
+}
+
+static uint8_t yuy2_sample(BGR c, int b, int g, int r, int add) {
+    return model_byte(
+        model_shift(model_mulhi(c.b * 128, b) + model_mulhi(c.g * 128, g) + model_mulhi(c.r * 128, r) + add, 4));
+}
+
+TEST_F(ConvertModel, RgbInTwoByteMode) {
+    for (int i = 0; i < 20000; ++i) {
+        uint8_t in[6], yuy2[4], out[6];
+        rng_fill(std::span<uint8_t>(in), rng);
+        rgb_row_to_yuy2_ref(yuy2, in, 2);
+        const BGR even{in[0], in[1], in[2]}, odd{in[3], in[4], in[5]};
+        ASSERT_EQ(yuy2[0], yuy2_sample(even, 802, 4130, 2104, 264));
+        ASSERT_EQ(yuy2[1], yuy2_sample(even, 3598, -2384, -1214, 2056));
+        ASSERT_EQ(yuy2[2], yuy2_sample(odd, 802, 4130, 2104, 264));
+        ASSERT_EQ(yuy2[3], yuy2_sample(even, -585, -3013, 3598, 2056));
+
+        rng_fill(std::span<uint8_t>(yuy2), rng);
+        yuy2_row_to_rgb_ref(out, yuy2, 2);
+        const int u = 2 * (yuy2[1] * 16 - 2048), v = 2 * (yuy2[3] * 16 - 2044);
+        for (int k = 0; k < 2; ++k) {
+            const int luma = model_mulhi(2 * (yuy2[2 * k] * 16 - 246), 9539);
+            const BGR want{model_byte(model_shift(model_mulhi(u, 16525) + luma, 2)),
+                           model_byte(model_shift(model_mulhi(u, -3209) + model_mulhi(v, -6660) + luma, 2)),
+                           model_byte(model_shift(model_mulhi(v, 13075) + luma, 2))};
+            ASSERT_EQ((BGR{out[3 * k], out[3 * k + 1], out[3 * k + 2]}), want) << "pixel " << k;
+        }
+    }
+}
+
+static int luma_model(int s) { return model_mulhi(s * 64, 19152) - 299; }
+static int chroma_model(int s) { return model_mulhi(s * 64, 18725) - 2340; }
+static uint8_t luma_byte_model(int v) { return model_byte(model_shift(model_mulhi(model_word(v + 301), 14016), 2)); }
+static uint8_t chroma_byte_model(int v) { return model_byte(model_shift(model_mulhi(model_word(v + 2350), 14336), 2)); }
+
+TEST_F(ConvertModel, Yuy2) {
+    constexpr int PAIRS = 5000;
+    std::vector<uint8_t> in(PAIRS * 4), bytes(PAIRS * 4);
+    for (uint8_t& byte : in) byte = uint8_t(rng.below(256));
+    std::vector<YC48_PIXEL> row(PAIRS * 2);
+    yuy2_row_to_yc48_ref(row.data(), in.data(), PAIRS);
+    for (int i = 0; i < PAIRS; ++i) {
+        const uint8_t* p = &in[size_t(i) * 4];
+        const uint8_t* next = i + 1 < PAIRS ? p + 4 : p;
+        const auto mean = [](int a, int b) { return int16_t(model_shift(chroma_model(a) + chroma_model(b), 1)); };
+        ASSERT_EQ(row[size_t(i) * 2], (YC48_PIXEL{int16_t(luma_model(p[0])), mean(p[1], p[1]), mean(p[3], p[3])})) << i;
+        ASSERT_EQ(row[size_t(i) * 2 + 1],
+                  (YC48_PIXEL{int16_t(luma_model(p[2])), mean(p[1], next[1]), mean(p[3], next[3])}))
+            << i;
+    }
+    row = random_pixels(row.size(), rng);
+    yc48_row_to_yuy2_ref(bytes.data(), row.data(), PAIRS);
+    for (size_t i = 0; i < PAIRS; ++i) {
+        ASSERT_EQ(bytes[i * 4], luma_byte_model(row[i * 2].y)) << i;
+        ASSERT_EQ(bytes[i * 4 + 1], chroma_byte_model(row[i * 2].cb)) << i;
+        ASSERT_EQ(bytes[i * 4 + 2], luma_byte_model(row[i * 2 + 1].y)) << i;
+        ASSERT_EQ(bytes[i * 4 + 3], chroma_byte_model(row[i * 2].cr)) << i;
+    }
+}
+
+static YC48_PIXEL from_yuy2_model(int s, int u, int v) {
+    const int y = s * 64 - 1022, uc = u * 64 - 8192, vc = v * 64 - 8192;
+    return {int16_t(model_mulhi(y, 19152) + model_mulhi(uc, 1902) + model_mulhi(vc, 3672)),
+            int16_t(model_mulhi(uc, 18534) + model_mulhi(vc, -2082)),
+            int16_t(model_mulhi(uc, -1345) + model_mulhi(vc, 18416))};
+}
+
+TEST_F(ConvertModel, Yuy2Of709) {
+    constexpr size_t PAIRS = 5000;
+    std::vector<uint8_t> in(PAIRS * 4), bytes(PAIRS * 4);
+    for (uint8_t& byte : in) byte = uint8_t(rng.below(256));
+    std::vector<YC48_PIXEL> row(PAIRS * 2);
+    yuy2_709_row_to_yc48_ref(row.data(), in.data(), int(PAIRS));
+    for (size_t i = 0; i < PAIRS; ++i) {
+        const uint8_t* p = &in[i * 4];
+        const uint8_t* n = i + 1 < PAIRS ? p + 4 : p;
+        const YC48_PIXEL even = from_yuy2_model(p[0], p[1], p[3]), next = from_yuy2_model(n[0], n[1], n[3]);
+        ASSERT_EQ(row[i * 2], even) << i;
+        ASSERT_EQ(row[i * 2 + 1],
+                  (YC48_PIXEL{from_yuy2_model(p[2], p[1], p[3]).y, int16_t(model_shift(even.cb + next.cb, 1)),
+                              int16_t(model_shift(even.cr + next.cr, 1))}))
+            << i;
+    }
+    row = random_pixels(PAIRS * 2, rng);
+    yc48_row_to_yuy2_709_ref(bytes.data(), row.data(), int(PAIRS));
+    for (size_t i = 0; i < PAIRS; ++i) {
+        const int cb = row[i * 2].cb, cr = row[i * 2].cr;
+        const auto byte = [](int sum) { return model_byte(model_shift(sum, 2)); };
+        const int colour = model_mulhi(cb, -1655) + model_mulhi(cr, -2980) + 67;
+        ASSERT_EQ(bytes[i * 4], byte(model_mulhi(row[i * 2].y, 14016) + colour)) << i;
+        ASSERT_EQ(bytes[i * 4 + 1], byte(model_mulhi(cb, 14602) + model_mulhi(cr, 1642) + 514)) << i;
+        ASSERT_EQ(bytes[i * 4 + 2], byte(model_mulhi(row[i * 2 + 1].y, 14016) + colour)) << i;
+        ASSERT_EQ(bytes[i * 4 + 3], byte(model_mulhi(cb, 1076) + model_mulhi(cr, 14699) + 514)) << i;
+    }
+}
+
+/// Rows y, cb, cr of a matrix; columns likewise.
+using MATRIX = const int[3][3];
+static MATRIX INWARDS = {{21845, 2219, 4283}, {0, 21622, -2429}, {0, -1569, 21485}};
+static MATRIX OUTWARDS = {{21845, -2579, -4644}, {0, 22251, 2501}, {0, 1640, 22397}};
+
+static YC48_PIXEL matrix_model(YC48_PIXEL p, MATRIX& m) {
+    const auto scale = [](int c) {
+        const int twice = model_word(2 * c);
+        return model_word(model_word(2 * twice) + model_word(twice + 3));
+    };
+    const int c[] = {scale(p.y), scale(p.cb), scale(p.cr)};
+    const auto out = [&](const int(&k)[3]) {
+        return int16_t(model_shift(model_mulhi(c[0], k[0]) + 1 + model_mulhi(c[1], k[1]) + model_mulhi(c[2], k[2]), 1));
+    };
+    return {out(m[0]), out(m[1]), out(m[2])};
+}
+
+TEST_F(ConvertModel, Yc48Of709) {
+    const std::vector<YC48_PIXEL> in = random_pixels(10000, rng);
+    std::vector<YC48_PIXEL> inside(in.size()), outside(in.size());
+    yc48_709_row_to_yc48_ref(inside.data(), in.data(), int(in.size()));
+    yc48_row_to_yc48_709_ref(outside.data(), in.data(), int(in.size()));
+    for (size_t i = 0; i < in.size(); ++i) {
+        ASSERT_EQ(inside[i], matrix_model(in[i], INWARDS)) << testing::PrintToString(in[i]);
+        ASSERT_EQ(outside[i], matrix_model(in[i], OUTWARDS)) << testing::PrintToString(in[i]);
+    }
+}
