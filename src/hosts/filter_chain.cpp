@@ -1,7 +1,11 @@
+#include <cstdio>
+
 #include "hosts/filter.h"
 #include "hosts/filter_cache.h"
 #include "hosts/filter_call.h"
 #include "hosts/filter_record.h"
+#include "pixels/frame_buffer.h"
+#include "platform/text.h"
 #include "resources/string_ids.h"
 
 static FILTER* chain[FILTER_LIST_MAX];
@@ -56,11 +60,21 @@ int filter_chain_rebuild() {
 
 // ---- one step
 
+static bool intact(const YC48_PIXEL* image) {
+    return !image || frame_buffer_intact(reinterpret_cast<const uint8_t*>(image));
+}
+
+static bool pictures_intact(const FILTER_PROC_PARAM& param) { return intact(param.image) && intact(param.scratch); }
+
 static void run(FILTER* filter, FILTER_PROC_PARAM* param) {
     if (observer) observer(filter->name, param->frame, observer_data);
     const FILTER_CACHE_MARK mark = filter_cache_mark();
+    const bool intact_before = pictures_intact(*param);
     if (!filter_call(filter, "FILTER::func_proc()", [&] { filter->func_proc(filter, param); }))
         filter_cache_restore(mark);
+    // Only builds with assertions can tell (frame_buffer.h).
+    if (intact_before && !pictures_intact(*param))
+        std::fprintf(stderr, "vantel: filter %s wrote outside its pictures\n", text_to_utf8(filter->name).c_str());
 }
 
 static void begin_video(FILTER_PROC_PARAM* param, const char* profile) {
