@@ -16,7 +16,7 @@ struct DIR_CLOSE {
 
 /// What an entry is, through links; the file system may not tell without being asked about the file.
 mode_t entry_type(const dirent& entry, const std::string& path) {
-    if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK) return DTTOIF(entry.d_type);
+    if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK) return mode_t(DTTOIF(entry.d_type));
     struct stat info;
     return stat(path.c_str(), &info) == 0 ? info.st_mode & S_IFMT : 0;
 }
