@@ -32,7 +32,6 @@
 #include "resources/string_ids.h"
 
 static constexpr uint32_t FCC_YUY2 = VANTEL_FOURCC('Y', 'U', 'Y', '2');
-static constexpr int MASK_VIDEO = 1, MASK_AUDIO = 2;  // whose func_save_start and func_save_end run
 
 static const WRITER* writer_override;
 static SAVE_REPORT report;
@@ -268,8 +267,8 @@ static bool open_writer(SAVE* save) {
 
 static bool write_file(SAVE* save) {
     EDIT_STATE* edit = save->edit;
-    if ((save->flags & SAVE_VIDEO) && !(save->flags & SAVE_VIDEO_COPY)) save->mask |= MASK_VIDEO;
-    if ((save->flags & SAVE_AUDIO) && !(save->flags & SAVE_AUDIO_COPY)) save->mask |= MASK_AUDIO;
+    if ((save->flags & SAVE_VIDEO) && !(save->flags & SAVE_VIDEO_COPY)) save->mask |= FILTER_SAVE_VIDEO;
+    if ((save->flags & SAVE_AUDIO) && !(save->flags & SAVE_AUDIO_COPY)) save->mask |= FILTER_SAVE_AUDIO;
     save_abort_clear();
     if (!open_writer(save)) return false;
     const int frame_before = edit->frame;

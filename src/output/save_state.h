@@ -10,7 +10,7 @@ struct SAVE {
     EDIT_STATE* edit;
     uint32_t request;  // SAVE_REQ_...
     uint32_t flags;    // SAVE_...
-    int mask;          // filters that are told: 1 video, 2 audio
+    uint32_t mask;     // filters that are told: 1 video, 2 audio
     int first, last;   // the selection
     int error;         // string number of what went wrong, 0 = nothing
     int written_audio;

@@ -297,7 +297,7 @@ BYTES packed_rows(const std::vector<uint32_t>& pixels, int w, int h, int bits) {
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x)
             for (int k = 0; k < bits; ++k) {
-                const uint32_t value = pixels[size_t(y * w + x)];
+                const uint32_t value = pixels[size_t(y) * size_t(w) + size_t(x)];
                 const int at = x * bits + k;  // bits of whole bytes are stored lowest byte first
                 const int source = bits <= 8 ? bits - 1 - k : k / 8 * 8 + 7 - k % 8;
                 if (value >> source & 1) rows[size_t(y) * stride + size_t(at / 8)] |= uint8_t(0x80 >> at % 8);
