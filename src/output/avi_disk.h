@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 /// What an output needs of the file system beyond platform/file.h. Descriptors as there.
@@ -7,6 +8,10 @@
 /// When bytes go from the page cache to the disk is left to the machine. Sending each run on its way at once, and all
 /// the more waiting for it or opening the file for synchronous writes, ties the save to the pace of the disk. Memory
 /// stays sane without it, because the kernel slows a writer that has too much under way.
+
+/// file_write_at in slices of 1 MiB. The page cache takes memory in pieces of up to the size of a write, and pieces of
+/// 4 MiB are hard to come by: writes of that size cost the processor several times as much as four small ones.
+int64_t avi_disk_write(int file, const void* data, size_t n, uint64_t position);
 
 /// Cuts the file to a length. False on an error.
 bool avi_disk_cut(int file, int64_t length);

@@ -1,7 +1,6 @@
 #include "output/avi_file.h"
 
-#include <algorithm>
-
+#include "output/avi_disk.h"
 #include "platform/file.h"
 
 AVI_WRITER avi_writer;
@@ -10,8 +9,8 @@ AVI_WRITER_SETTINGS avi_writer_settings = {4096, 320000, 0x7E000000};
 static const uint8_t ZEROS[4096] = {};
 
 static bool put_direct(AVI_WRITER* w, const void* data, size_t n, uint64_t position) {
-    const int64_t done = file_write_at(w->file, data, n, int64_t(position));
-    w->stored = position + uint64_t(std::max<int64_t>(done, 0));
+    const int64_t done = avi_disk_write(w->file, data, n, position);
+    w->stored = position + uint64_t(done);
     return done == int64_t(n);
 }
 

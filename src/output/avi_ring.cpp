@@ -6,8 +6,8 @@
 #include <new>
 #include <utility>
 
+#include "output/avi_disk.h"
 #include "pipeline/background_job.h"
-#include "platform/file.h"
 #include "platform/memory.h"
 
 static constexpr size_t UNITS = 4;
@@ -42,8 +42,8 @@ static int store_runs(BACKGROUND_JOB* job, void* data) {
     while (const size_t n = run_length(ring)) {
         const size_t read = ring->read.load(std::memory_order_relaxed);
         const uint64_t position = ring->stored.load(std::memory_order_relaxed);
-        const int64_t done = file_write_at(ring->file, ring->memory.get() + read, n, int64_t(position));
-        ring->stored.store(position + uint64_t(std::max<int64_t>(done, 0)), std::memory_order_release);
+        const int64_t done = avi_disk_write(ring->file, ring->memory.get() + read, n, position);
+        ring->stored.store(position + uint64_t(done), std::memory_order_release);
         if (done != int64_t(n)) {
             ring->failed.store(true, std::memory_order_release);
             return 0;
