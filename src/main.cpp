@@ -5,9 +5,11 @@
 #include <vector>
 
 #include "core/command_line.h"
+#include "core/edit_state.h"
 #include "core/message.h"
 #include "core/start_up.h"
 #include "output/progress.h"
+#include "output/save.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
 
@@ -22,6 +24,13 @@ static bool answered(const std::vector<std::string>& tokens) {
     return true;
 }
 
+static void tell_saved(const EDIT_STATE* edit) {
+    const SAVE_REPORT& report = save_report();
+    const double seconds = double(report.elapsed_ms) / 1000;
+    if (report.written > 0 && seconds > 0)
+        message_note(STR_CLI_SAVED, edit->save_name, report.written, report.written / seconds);
+}
+
 int main(int argc, char** argv) {
     const std::vector<std::string> tokens(argv + 1, argv + argc);
     if (answered(tokens)) return 0;
@@ -34,6 +43,7 @@ int main(int argc, char** argv) {
     }
     // There is no window that would keep the program alive behind its command line.
     const COMMAND_RESULT result = run_command_line(edit, tokens);
+    if (result.done && isatty(STDERR_FILENO)) tell_saved(edit);
     shut_down();
     return result.done ? 0 : 1;
 }

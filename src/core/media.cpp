@@ -134,12 +134,13 @@ static void prepare_pcm(MEDIA_RECORD* record) {
     record->media_flag &= ~MEDIA_HAS_AUDIO;  // no converter from this format: a source without sound
 }
 
-static int allocate_read_buffer(MEDIA_RECORD* record) {
-    record->last_frame = -1;
-    if (!(record->media_flag & MEDIA_HAS_VIDEO)) return 1;
-    void* buffer = mem_alloc(size_t(header_picture_size(record->video_header)) + READ_SLACK);
-    record->read_buffer = buffer ? handle_new(buffer) : 0;
-    return record->read_buffer != 0;
+// Made at the first read and not at open: until the edit layer has looked at the size, it is only a claim of the file.
+static uint8_t* read_buffer_of(MEDIA_RECORD* record) {
+    if (!record->read_buffer) {
+        void* buffer = mem_alloc(size_t(header_picture_size(record->video_header)) + READ_SLACK);
+        record->read_buffer = buffer ? handle_new(buffer) : 0;
+    }
+    return static_cast<uint8_t*>(handle_get(record->read_buffer));
 }
 
 static double stream_seconds(const AVI_STREAM_INFO& stream) {
@@ -193,7 +194,7 @@ static MEDIA_STEP open_with_reader(MEDIA_RECORD* record, INPUT_HANDLE* reader, u
         if (take_audio(record, info) != STEP_GOOD) return STEP_NEXT_READER;
         if (!(load_flags & LOAD_STORED_AUDIO)) prepare_pcm(record);
     }
-    if (!(load_flags & LOAD_READ_ONLY) && !allocate_read_buffer(record)) return STEP_NEXT_READER;
+    record->last_frame = -1;
     return STEP_GOOD;
 }
 
@@ -255,7 +256,7 @@ static void read_stored_picture(MEDIA_RECORD* record, uint8_t* picture, int fram
 
 uint8_t* media_read_frame(MEDIA_RECORD* record, int frame) {
     if (!(record->media_flag & MEDIA_HAS_VIDEO)) return nullptr;
-    uint8_t* picture = static_cast<uint8_t*>(handle_get(record->read_buffer));
+    uint8_t* picture = read_buffer_of(record);
     if (!picture) return nullptr;
     frame = stored_frame(record, frame);
     if (frame != record->last_frame) read_stored_picture(record, picture, frame);

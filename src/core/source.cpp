@@ -1,8 +1,8 @@
 #include "core/source.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "core/edit_settings.h"
@@ -68,7 +68,7 @@ static bool make_request(const EDIT_STATE* edit, OPEN_REQUEST* request, const ch
     if (!path || (flags & OPEN_ASK)) {
         if (!ask_path(edit, request, path)) return false;
     } else if (!text_copy(request->path, PATH_SIZE, path)) {
-        message_warn_file(path, STR_ERR_OPEN_FAILED, STR_CLI_PATH_TOO_LONG);
+        message_warn(STR_CLI_PATH_TOO_LONG, path, int(PATH_SIZE - 1));
         return false;
     }
     if (system_settings.loadfpsadjust) request->load_flags |= LOAD_FPS_ADJUST_AUTO;

@@ -290,15 +290,12 @@ int save_run(EDIT_STATE* edit, uint32_t request) {
     }
     const int64_t start = clock_ms();
     compression_load(edit);
-    SAVE save{edit,
-              request,
-              0,
-              0,
-              edit->select_start,
-              edit->select_end,
-              0,
-              0,
-              writer_override ? writer_override : &writer_avi};
+    SAVE save{};
+    save.edit = edit;
+    save.request = request;
+    save.first = edit->select_start;
+    save.last = edit->select_end;
+    save.writer = writer_override ? writer_override : &writer_avi;
     prepare_context(&save);
     if (!work_out_video(&save)) return 0;
     work_out_audio(&save);

@@ -15,7 +15,6 @@ int save_run(EDIT_STATE* edit, uint32_t request);
 struct SAVE_REPORT {
     int frames;     // frames of the selection that went through
     int written;    // frames in the file
-    int64_t bytes;  // of the file
     int64_t elapsed_ms;
 };
 const SAVE_REPORT& save_report();

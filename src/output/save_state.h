@@ -13,7 +13,6 @@ struct SAVE {
     uint32_t mask;     // filters that are told: 1 video, 2 audio
     int first, last;   // the selection
     int error;         // string number of what went wrong, 0 = nothing
-    int written_audio;
     const WRITER* writer;
 };
 

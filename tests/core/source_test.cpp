@@ -84,6 +84,18 @@ TEST_F(Source, LimitsAreKept) {
     EXPECT_EQ(frame_table.frame_video[128], frame_ref_make(7, 0));
 }
 
+TEST_F(Source, ClaimedSizesAreNotBelieved) {
+    const std::string path = clip("a.avi", SMALL);
+    std::string bytes = file_bytes(folder / "a.avi");
+    const size_t width_at = 176;  // biWidth of the picture format
+    for (const int32_t size : {-1, 0, 40000, 0x7FFFFFFF, -0x7FFFFFFF - 1}) {
+        std::memcpy(bytes.data() + width_at, &size, 4);
+        std::memcpy(bytes.data() + width_at + 4, &size, 4);
+        file_put_bytes(folder / "a.avi", bytes);
+        EXPECT_EQ(open_file(edit, path.c_str(), 0), 0) << size;
+    }
+}
+
 TEST_F(Source, RateListChangesNothingButNearlyThirty) {
     system_settings.load30fps = 1;
     ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 2997, 100, 30, 24, 0, 0}).c_str(), 0), 1);
