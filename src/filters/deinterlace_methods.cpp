@@ -1,5 +1,6 @@
 #include "filters/deinterlace_frame.h"
 #include "hosts/filter_functions.h"
+#include "pipeline/frame_analysis.h"
 #include "pipeline/frame_cache.h"
 #include "pixels/rect.h"
 
@@ -44,6 +45,19 @@ int deinterlace_even_proc(FILTER* filter, FILTER_PROC_PARAM* param) {
 
 int deinterlace_double_proc(FILTER*, FILTER_PROC_PARAM* param) {
     deinterlace_double(image_of(param), current(param), param->width, param->height);
+    return 1;
+}
+
+/// Puts film frames together again: a frame whose fields belong to two film frames takes its earlier one from the
+/// picture before. With the check on, what still looks combed is blended.
+int deinterlace_24fps_proc(FILTER* filter, FILTER_PROC_PARAM* param) {
+    const bool inverted = param->flags & PROC_F_FRAME_INVERTED;
+    // Before anything is fetched: the analysis reads pictures of its own.
+    const bool shifted = (field_parity(param->edit, param->frame) != 0) != inverted;
+    const uint8_t* cur = current(param);
+    const uint8_t* other = shifted ? previous(param) : cur;
+    const auto weave = filter->check_values[0] ? deinterlace_stripes : deinterlace_weave;
+    weave(image_of(param), cur, other, param->width, param->height, top_first(param));
     return 1;
 }
 

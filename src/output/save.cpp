@@ -24,6 +24,7 @@
 #include "pipeline/audio_fetch.h"
 #include "pipeline/frame_cache.h"
 #include "pipeline/frame_renderer.h"
+#include "pipeline/frame_schedule.h"
 #include "platform/clock.h"
 #include "platform/file.h"
 #include "platform/power.h"
@@ -182,6 +183,7 @@ static bool put_filtered_frame(SAVE* save, int f, int index) {
     EDIT_STATE* edit = save->edit;
     SAVE_CONTEXT* context = &edit->save_context;
     frame_cache_rerank();
+    if (!is_saveframe(edit, index, f)) return true;
     render_current(edit);
     const uint8_t* pixels = display_convert(edit, context->video_header.biCompression);
     if (edit->out_width != context->media_width || edit->out_height != context->media_height)
@@ -300,6 +302,8 @@ int save_run(EDIT_STATE* edit, uint32_t request) {
     if (!work_out_video(&save)) return 0;
     work_out_audio(&save);
     if (!output_allowed(&save)) return 0;
+    if ((save.flags & SAVE_VIDEO) && !(save.flags & SAVE_VIDEO_COPY))
+        save_scale_rate(edit, &edit->save_context, save.last - save.first + 1);
     const bool done = write_file(&save);
     report.elapsed_ms = clock_ms() - start;
     return done && save_finish(edit, request) ? 1 : 0;

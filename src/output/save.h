@@ -13,8 +13,8 @@ int save_run(EDIT_STATE* edit, uint32_t request);
 
 /// What the last save did, for the one who asked for it.
 struct SAVE_REPORT {
-    int frames;     // frames of the selection that went through
-    int written;    // frames in the file
+    int frames;   // frames of the selection that went through
+    int written;  // frames in the file
     int64_t elapsed_ms;
 };
 const SAVE_REPORT& save_report();
