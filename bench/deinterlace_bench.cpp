@@ -4,6 +4,7 @@
 #include <string>
 
 #include "filters/deinterlace_frame.h"
+#include "pipeline/field_metric.h"
 #include "pipeline/worker_pool.h"
 #include "pixels/frame_buffer.h"
 #include "platform/simd.h"
@@ -29,6 +30,12 @@ static const struct {
                          int h) { deinterlace_stripes(image, cur, prev, w, h, true); }},
     {"auto", [](uint8_t* image, const uint8_t* cur, const uint8_t* prev, int w,
                 int h) { deinterlace_motion(image, cur, prev, w, h, true); }},
+    {"measure_frame",
+     [](uint8_t*, const uint8_t* cur, const uint8_t* prev, int w, int h) {
+         const FIELD_COUNTS counts =
+             field_metric(cur, prev, field_area(w, h, 16, true), field_limits(64, frame_geometry.pixel_size));
+         benchmark::DoNotOptimize(counts);
+     }},
 };
 
 static void draw(uint8_t* image, int w, int h, int shift) {
