@@ -22,13 +22,14 @@ struct UI_HOOKS {
     bool (*ask_continue)(const char* text);    // Yes and No with the stop icon; quiet: No
     bool (*file_dialog)(FILE_DIALOG* dialog);  // quiet: cancelled
     bool (*ask_text)(int title_id, char* buffer,
-                     size_t size);             // a line of text; buffer in: the start; quiet: cancelled
-    bool (*pump)();                            // handles all waiting messages; true when the user pressed Esc or chose
-                                               // to stop; quiet: false
-    void (*set_title)(const char* text);       // the main window's title; quiet: nothing
-    void (*edit_changed)();                    // frames, selection, current frame or open state changed
-    void (*interface_enable)(bool enable);     // menus and controls during a save
-    void (*paint)();                           // draws shown_pixels
-    void (*finish_notice)(const char* sound);  // the end of a good save; sound "" = none
+                     size_t size);          // a line of text; buffer in: the start; quiet: cancelled
+    bool (*pump)();                         // handles all waiting messages; true when the user pressed Esc or chose
+                                            // to stop; quiet: false
+    void (*set_title)(const char* text);    // the main window's title; quiet: nothing
+    void (*edit_changed)();                 // frames, selection, current frame or open state changed
+    void (*interface_enable)(bool enable);  // menus and controls during a save
+    void (*fit_window)(int width, int height, bool exactly);  // the main window to a picture: exactly, or only larger
+    void (*paint)();                                          // draws shown_pixels
+    void (*finish_notice)(const char* sound);                 // the end of a good save; sound "" = none
 };
 extern UI_HOOKS ui_hooks;

@@ -34,3 +34,6 @@ uint8_t* render_unfiltered(EDIT_STATE* edit, int frame, uint32_t code);
 
 /// A param for a frame of the edit: sizes, buffers' geometry and counts filled in.
 void render_param_fill(EDIT_STATE* edit, int frame, FILTER_PROC_PARAM* param, uint8_t* image, uint8_t* scratch);
+
+/// The second step of a redraw, behind render_current: view flags, window size, display format, waveform, drawing.
+void paint_current(EDIT_STATE* edit);

@@ -1,9 +1,11 @@
 #include "pipeline/frame_cache.h"
 
 #include "core/edit_fixture.h"
+#include "hosts/filter.h"
 #include "pipeline/frame_renderer.h"
 #include "pixels/frame_buffer.h"
 #include "platform/handle.h"
+#include "resources/string_ids.h"
 
 struct FrameCache : EDIT_FIXTURE {
     void open(int frames) {
@@ -75,4 +77,25 @@ TEST_F(FrameCache, RenderedPictureIsWhatWasRead) {
     edit->edit_flag &= ~uint32_t{EDIT_OPEN};
     EXPECT_EQ(render_current(edit), 0);
     edit->edit_flag |= EDIT_OPEN;
+}
+
+TEST_F(FrameCache, PaintingKeepsFlagsAndFetchesTheWave) {
+    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 25, 1, 10, 24, 44100, 0}).c_str(), 0), 1);
+    edit->view.view_flag = VIEW_WAVE | VIEW_SHOW_DROPS;
+    edit->select_end = 4;
+    const auto shown = [&](int frame) {
+        edit->frame = frame;
+        render_current(edit);
+        paint_current(edit);
+        return edit->view.view_flag & (VIEW_AT_START | VIEW_AT_END | VIEW_IS_DROP);
+    };
+    EXPECT_EQ(shown(0), uint32_t{VIEW_AT_START});
+    EXPECT_EQ(shown(4), uint32_t{VIEW_AT_END});
+    filter_select(filter_built_in(STR_FILTER_RATE_CHANGE), 3);  // one frame in two
+    EXPECT_EQ(shown(3), uint32_t{VIEW_IS_DROP});
+    EXPECT_EQ(shown(2), 0u);
+    EXPECT_EQ(edit->edit_flag & EDIT_RELAYOUT, 0u);
+    EXPECT_EQ(edit->shown_wave_n, 44100 / 25 * 2);
+    EXPECT_NE(edit->shown_wave, edit->shown_image);
+    EXPECT_NE(handle_get(edit->shown_wave), nullptr);
 }
