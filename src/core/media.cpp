@@ -35,9 +35,9 @@ uint32_t media_code_normal(uint32_t code) {
 bool media_is_pcm16(const WAVEFORMATEX* format) { return format->wFormatTag == 1 && format->wBitsPerSample == 16; }
 
 int media_picture_size(int bits, int width, int height) {
+    if (bits < 1 || width < 1 || height < 1) return -1;
     const int64_t row = ((int64_t{bits} * width + 7) / 8 + 3) / 4 * 4;
-    const int64_t size = row * height;
-    return bits > 0 && width > 0 && height > 0 && size <= INT32_MAX - READ_SLACK ? int(size) : -1;
+    return row <= (INT32_MAX - READ_SLACK) / height ? int(row * height) : -1;
 }
 
 static int header_picture_size(const BITMAPINFOHEADER& header) {
