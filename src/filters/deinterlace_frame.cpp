@@ -45,7 +45,6 @@ void deinterlace_field(uint8_t* image, const uint8_t* cur, int w, int h, int kep
     if (h < ROWS_MIN) return frame_copy_rows(image, cur, nullptr, w, h, 1);
     const DEINTERLACE_KERNELS* kernels = deinterlace_kernels(frame_geometry.pixel_size);
     const size_t bytes = row_bytes(w);
-    const int first = 1 + kept, end = first + (h - 2) / 2 * 2;  // what is interpolated
     const auto fill_row = [=](int row) {
         const int below = same_field(row + 1, h), above = same_field(row - 1, h);
         if (row % 2 == kept)
@@ -54,11 +53,11 @@ void deinterlace_field(uint8_t* image, const uint8_t* cur, int w, int h, int kep
             copy_row(image, cur, row, kept ? below : above, bytes);
         else if (row == 0)
             copy_row(image, cur, row, below, bytes);
-        else if (row >= first && row < end)
+        else if (row == h - 1)
+            copy_row(image, cur, row, above, bytes);
+        else
             (fill == FIELD_MEAN ? mean_row : adaptive_row)(kernels, image + row_offset(row), cur + row_offset(row),
                                                            bytes);
-        else if (h % 2 == 0)
-            copy_row(image, cur, row, above, bytes);
     };
     rect_bands(h, h >= RECT_BAND_ROWS, [&](ROW_RANGE range) {
         for (int row = range.begin; row < range.end; ++row) fill_row(row);

@@ -16,12 +16,9 @@ enum FIELD_FILL {
     FIELD_ADAPTIVE,  // weighted mean of the kept neighbours that the replaced sample resembles
 };
 
-/// Keeps every second row of cur from row `kept` (0 or 1) on and fills in the others. Interpolation runs over
-/// (h - 2) / 2 rows from row 1 + kept on; a first or last row outside of them repeats its kept neighbour. Beyond the
-/// left and right edge FIELD_ADAPTIVE repeats the edge pixel.
-///
-/// With an odd h one row is neither kept nor interpolated by FIELD_MEAN and FIELD_ADAPTIVE (h - 2 with kept 0, h - 1
-/// with kept 1) and keeps what image held; with FIELD_REPEAT and kept 1 the last row repeats the one above it.
+/// Keeps every second row of cur from row `kept` (0 or 1) on and fills in the others from the kept rows above and
+/// below; a first or last row that has only one such neighbour repeats it. Beyond the left and right edge
+/// FIELD_ADAPTIVE repeats the edge pixel.
 void deinterlace_field(uint8_t* image, const uint8_t* cur, int w, int h, int kept, FIELD_FILL fill);
 
 /// Mean of cur and of the mean of the rows above and below; the first and last row are the mean with themselves.

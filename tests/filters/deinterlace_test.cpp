@@ -92,9 +92,8 @@ static int sample_model(METHOD method, const MODEL& cur, const MODEL& prev, int 
         case MEAN:
         case ADAPTIVE:
             if (even == flag) return cur.at(row, i);
-            if (flag && row > h - 3) return h % 2 ? UNTOUCHED : cur.at(h - 2, i);
-            if (!flag && row == 0) return cur.at(1, i);
-            if (!flag && row > h - 2) return UNTOUCHED;
+            if (row == 0) return cur.at(1, i);
+            if (row == h - 1) return cur.at(h - 2, i);
             return method == MEAN ? average(cur, cur.at(row - 1, i), cur.at(row + 1, i)) : adaptive_model(cur, row, i);
         case DOUBLE: {
             const bool outer = row == 0 || row == h - 1;
