@@ -16,13 +16,28 @@ struct FILE_DIALOG {
     int rate_index;       // in and out: entry of the frame rate list, -1 = the list is not shown
 };
 
+struct SIZE_DIALOG {
+    int width, height;  // in: the size to start from; out: the typed one, as it was typed
+};
+
+/// The choice of a sound format. Formats are WAVEFORMATEX blocks with their extra bytes, of at most 8192 bytes; the
+/// rows to choose from come from core/audio_format.h.
+struct AUDIO_FORMAT_DIALOG {
+    uint8_t start[8192];  // in: what is chosen now, start_size bytes
+    int start_size;
+    uint8_t chosen[8192];  // out: what the user chose, chosen_size bytes
+    int chosen_size;
+};
+
 struct UI_HOOKS {
-    void (*warn)(const char* text);            // a box with the warning icon; quiet: nothing
-    bool (*ask)(const char* text);             // OK and Cancel; quiet: Cancel
-    bool (*ask_continue)(const char* text);    // Yes and No with the stop icon; quiet: No
-    bool (*file_dialog)(FILE_DIALOG* dialog);  // quiet: cancelled
+    void (*warn)(const char* text);                     // a box with the warning icon; quiet: nothing
+    bool (*ask)(const char* text);                      // OK and Cancel; quiet: Cancel
+    bool (*ask_continue)(const char* text);             // Yes and No with the stop icon; quiet: No
+    bool (*file_dialog)(FILE_DIALOG* dialog);           // quiet: cancelled
+    bool (*choose_audio)(AUDIO_FORMAT_DIALOG* dialog);  // quiet: cancelled
     bool (*ask_text)(int title_id, char* buffer,
                      size_t size);          // a line of text; buffer in: the start; quiet: cancelled
+    bool (*ask_size)(SIZE_DIALOG* dialog);  // the dialog "SIZE": a picture size; quiet: cancelled
     bool (*pump)();                         // handles all waiting messages; true when the user pressed Esc or chose
                                             // to stop; quiet: false
     void (*set_title)(const char* text);    // the main window's title; quiet: nothing
