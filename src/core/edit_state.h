@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "audio/soft_convert.h"
 #include "platform/path.h"  // PATH_SIZE, the room of every path and name
 #include "vantel_formats.h"
 
@@ -81,10 +82,6 @@ struct AUDIO_STREAM_HEADER {
     uint32_t target_size;
     uint32_t target_used;
     uint8_t unused_c[32];
-};
-
-struct SOFT_CONVERTER {
-    int32_t word[14];
 };
 
 /// A sound conversion: the edit's PCM to a chosen format, or (MEDIA_RECORD::converter) stored sound to PCM.
