@@ -19,6 +19,12 @@ bool picture_format_repair(BITMAPINFOHEADER* format, size_t size) {
 
 uint64_t picture_row_bytes(int32_t width, uint16_t bits) { return (uint64_t(uint32_t(width)) * bits + 31) / 32 * 4; }
 
+bool picture_bits_are_rgb(uint16_t bits) {
+    return picture_palette_bytes(bits) > 0 || bits == 16 || bits == 24 || bits == 32;
+}
+
+size_t picture_palette_bytes(uint16_t bits) { return bits == 1 || bits == 4 || bits == 8 ? size_t{4} << bits : 0; }
+
 bool sound_format_is_pcm(const WAVEFORMATEX* format, size_t size) {
     if (format->wFormatTag == TAG_PCM) return true;
     const uint8_t* subformat = reinterpret_cast<const uint8_t*>(format) + SUBFORMAT_AT;

@@ -14,6 +14,11 @@ bool picture_format_repair(BITMAPINFOHEADER* format, size_t size);
 /// Bytes of one row of a picture that is stored as it is: whole bytes, rounded up to a multiple of 4.
 uint64_t picture_row_bytes(int32_t width, uint16_t bits);
 
+/// Whether a picture of plain RGB can have so many bits a pixel: 1, 4, 8, 16, 24, 32.
+bool picture_bits_are_rgb(uint16_t bits);
+/// Bytes of the palette that stands ahead of the rows of plain RGB: 8, 64, 1024 with 1, 4, 8 bits a pixel, else 0.
+size_t picture_palette_bytes(uint16_t bits);
+
 /// Whether a sound format of `size` bytes is PCM: tag 1, or the extensible tag with the sub-format PCM.
 bool sound_format_is_pcm(const WAVEFORMATEX* format, size_t size);
 

@@ -69,7 +69,7 @@ static void picture_set(BITMAPINFOHEADER* picture) {
     picture->biPlanes = 1;
     picture->biBitCount = 16;
     picture->biCompression = fourcc("YUY2");
-    picture->biSizeImage = uint32_t(picture_width * picture_height * 16 / 8);
+    picture->biSizeImage = uint32_t(picture_width * picture_height * (16 / 8));
 }
 
 static bool state_fill(WAVE_READER_STATE* state) {
