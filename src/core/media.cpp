@@ -5,15 +5,20 @@
 #include <cstring>
 
 #include "core/edit_state.h"
+#include "core/media_converter.h"
 #include "core/memory.h"
+#include "pipeline/frame_cache.h"
 #include "pixels/frame_buffer.h"
 #include "platform/handle.h"
+#include "readers/codec.h"
 #include "readers/input_table.h"
+#include "readers/media_format.h"
 #include "vantel_input.h"
 
 static constexpr uint32_t FCC_YUY2 = VANTEL_FOURCC('Y', 'U', 'Y', '2');
 static constexpr uint32_t FCC_YC48 = VANTEL_FOURCC('Y', 'C', '4', '8');
-static constexpr int READ_SLACK = 16;  // bytes behind the picture that vector readers may touch
+static constexpr int FIRST_KEY_SEARCH = 1000;  // frames
+static constexpr int READ_SLACK = 16;          // bytes behind the picture that vector readers may touch
 
 enum MEDIA_STEP { STEP_GOOD, STEP_NEXT_READER };
 
@@ -42,6 +47,11 @@ int media_picture_size(int bits, int width, int height) {
 
 static int header_picture_size(const BITMAPINFOHEADER& header) {
     return media_picture_size(header.biBitCount, header.biWidth, header.biHeight);
+}
+
+// Bytes of the palette ahead of the rows, which a picture of few bits is stored and expanded with.
+static size_t header_palette_size(const BITMAPINFOHEADER& header) {
+    return media_code_normal(header.biCompression) == 0 ? picture_palette_bytes(header.biBitCount) : 0;
 }
 
 // Rows of an RGB picture whose stored height is negative lie top-down in the file.
@@ -84,12 +94,40 @@ static void take_self_decoded(MEDIA_RECORD* record) {
     header.biSizeImage = uint32_t(std::max(media_picture_size(24, width, std::abs(height)), 0));
 }
 
-// Which of the "only" flags a picture that is read as it is stored would break.
+// Whether the bits are those of the code: the read buffer is made by the bits, and conversions read by the code.
+static bool stored_bits_fit(const BITMAPINFOHEADER& header, uint32_t code) {
+    if (code == 0) return picture_bits_are_rgb(header.biBitCount);
+    return header.biBitCount == (code == FCC_YUY2 ? 16 : 48);
+}
+
+// A picture that cannot be read as it is stored, or would break one of the "only" flags.
 static bool read_as_stored_refused(const BITMAPINFOHEADER& header, uint32_t code, uint32_t load_flags) {
+    if (!stored_bits_fit(header, code)) return true;
     if (load_flags & LOAD_ONLY_YUY2) return code != FCC_YUY2;
     if (load_flags & LOAD_ONLY_RGB24) return code != 0 || header.biBitCount != 24;
     if (load_flags & LOAD_ONLY_RGB32) return code != 0 || header.biBitCount != 32;
     return false;
+}
+
+/// Stored bytes of a frame in decode_buffer; empty for a dropped frame and for one that cannot be read.
+static std::span<const uint8_t> read_compressed(MEDIA_RECORD* record, int frame) {
+    const BITMAPINFOHEADER& header = record->video_header;
+    uint8_t* buffer = decode_buffer();
+    if (!buffer) return {};
+    const int size = input_read_video(reader_of(record), frame, buffer, decode_buffer_size(), header.biWidth,
+                                      header.biHeight, header.biBitCount);
+    return {buffer, size_t(std::max(size, 0))};
+}
+
+static bool open_decoder(MEDIA_RECORD* record, const INPUT_MEDIA_INFO& info, uint32_t load_flags) {
+    int first = 0;  // a file that was cut may begin between two key frames
+    while (first < std::min(info.frames - 1, FIRST_KEY_SEARCH) && !input_is_keyframe(reader_of(record), first)) ++first;
+    const std::span<const uint8_t> format(record->video_format, size_t(record->video_format_size));
+    if (!decompress_open(&record->decoder, format, info.video_handler, load_flags, read_compressed(record, first)))
+        return false;
+    record->media_flag |= MEDIA_DECODER_OPEN;
+    record->video_header = record->decoder.input_format;
+    return true;
 }
 
 static MEDIA_STEP prepare_decoding(MEDIA_RECORD* record, const INPUT_MEDIA_INFO& info, uint32_t load_flags) {
@@ -101,8 +139,8 @@ static MEDIA_STEP prepare_decoding(MEDIA_RECORD* record, const INPUT_MEDIA_INFO&
         if (read_as_stored_refused(record->video_header, code, load_flags)) return STEP_NEXT_READER;
         record->video_header.biCompression = code;
         record->media_flag |= MEDIA_ALL_KEY;
-    } else {
-        return STEP_NEXT_READER;  // no decompressor is registered for this handler
+    } else if (!open_decoder(record, info, load_flags)) {
+        return STEP_NEXT_READER;
     }
     BITMAPINFOHEADER& header = record->video_header;
     if (header.biHeight == INT32_MIN) return STEP_NEXT_READER;
@@ -120,24 +158,21 @@ static MEDIA_STEP take_audio(MEDIA_RECORD* record, const INPUT_MEDIA_INFO& info)
     AVI_STREAM_INFO& stream = record->audio_stream;
     stream.fccType = VANTEL_FOURCC('a', 'u', 'd', 's');
     stream.dwScale = stream.dwSampleSize = record->audio_header.nBlockAlign;
-    stream.dwRate = record->audio_header.nAvgBytesPerSec;
+    stream.dwRate = media_stored_byte_rate(record);
     stream.dwLength = uint32_t(std::max(info.audio_samples, 0));
     if (info.flags & INPUT_MEDIA_VARIABLE_AUDIO) record->media_flag |= MEDIA_VARIABLE_AUDIO;
-    // A rate or block of zero leaves nothing to count by.
-    if (stream.dwScale == 0 || stream.dwRate == 0 || record->audio_header.nSamplesPerSec == 0)
+    // A rate or block of zero leaves nothing to count by. Variable blocks are found by the sample rate alone.
+    const bool countable = stream.dwRate != 0 || (record->media_flag & MEDIA_VARIABLE_AUDIO);
+    if (stream.dwScale == 0 || !countable || record->audio_header.nSamplesPerSec == 0)
         record->media_flag &= ~MEDIA_HAS_AUDIO;
     return STEP_GOOD;
-}
-
-static void prepare_pcm(MEDIA_RECORD* record) {
-    if (!(record->media_flag & MEDIA_HAS_AUDIO) || media_is_pcm16(&record->audio_header)) return;
-    record->media_flag &= ~MEDIA_HAS_AUDIO;  // no converter from this format: a source without sound
 }
 
 // Made at the first read and not at open: until the edit layer has looked at the size, it is only a claim of the file.
 static uint8_t* read_buffer_of(MEDIA_RECORD* record) {
     if (!record->read_buffer) {
-        void* buffer = mem_alloc(size_t(header_picture_size(record->video_header)) + READ_SLACK);
+        const BITMAPINFOHEADER& header = record->video_header;
+        void* buffer = mem_alloc(header_palette_size(header) + size_t(header_picture_size(header)) + READ_SLACK);
         record->read_buffer = buffer ? handle_new(buffer) : 0;
     }
     return static_cast<uint8_t*>(handle_get(record->read_buffer));
@@ -192,7 +227,7 @@ static MEDIA_STEP open_with_reader(MEDIA_RECORD* record, INPUT_HANDLE* reader, u
     }
     if (info.flags & INPUT_MEDIA_AUDIO) {
         if (take_audio(record, info) != STEP_GOOD) return STEP_NEXT_READER;
-        if (!(load_flags & LOAD_STORED_AUDIO)) prepare_pcm(record);
+        if (!(load_flags & LOAD_STORED_AUDIO)) media_prepare_pcm(record);
     }
     record->last_frame = -1;
     return STEP_GOOD;
@@ -221,6 +256,8 @@ int media_open(MEDIA_RECORD* record, const char* path, uint32_t load_flags) {
 }
 
 void media_close(MEDIA_RECORD* record) {
+    media_converter_close(record);
+    if (record->media_flag & MEDIA_DECODER_OPEN) decompress_close(&record->decoder);
     if (INPUT_HANDLE* reader = reader_of(record)) input_close(reader);
     handle_free(record->media_handle);
     record->media_handle = 0;
@@ -247,11 +284,35 @@ static void flip_rows(uint8_t* picture, const BITMAPINFOHEADER& header, int size
 static void read_stored_picture(MEDIA_RECORD* record, uint8_t* picture, int frame) {
     const BITMAPINFOHEADER& header = record->video_header;
     const int size = header_picture_size(header);
+    const size_t palette = header_palette_size(header);
     const int number = record->media_flag & MEDIA_SELF_DECODE ? frame | 0x40000000 : frame;
-    const int got = input_read_video(reader_of(record), number, picture, size_t(size), header.biWidth, header.biHeight,
-                                     header.biBitCount);
+    const int got = input_read_video(reader_of(record), number, picture, palette + size_t(size), header.biWidth,
+                                     header.biHeight, header.biBitCount);
     if (got > 0 && !(record->media_flag & MEDIA_SELF_DECODE) && stored_top_down(record))
-        flip_rows(picture, header, size);
+        flip_rows(picture + palette, header, size);
+}
+
+// The frame to begin with, so that the wanted one decodes as it would in a run from the start.
+static int decoding_start(MEDIA_RECORD* record, int frame) {
+    if (record->media_flag & MEDIA_ALL_KEY) return frame;
+    while (frame > 0 && frame != record->last_frame + 1 && !input_is_keyframe(reader_of(record), frame)) --frame;
+    return frame;
+}
+
+// Decodes up to the wanted frame. A dropped or damaged frame shows the picture before it; frame 0 then is zero.
+static void decode_picture(MEDIA_RECORD* record, uint8_t* picture, int frame) {
+    const auto step = [&](int f, uint8_t* output) {
+        const bool key = (record->media_flag & MEDIA_ALL_KEY) || input_is_keyframe(reader_of(record), f);
+        const std::span<const uint8_t> bytes = read_compressed(record, f);
+        return !bytes.empty() && decompress_frame(&record->decoder, output, bytes, key);
+    };
+    const int start = decoding_start(record, frame);
+    for (int f = start; f < frame; ++f) step(f, nullptr);
+    if (step(frame, picture)) return;
+    if (frame == 0)
+        std::memset(picture, 0, size_t(header_picture_size(record->video_header)));
+    else if (start < frame)
+        decompress_again(&record->decoder, picture);
 }
 
 uint8_t* media_read_frame(MEDIA_RECORD* record, int frame) {
@@ -259,7 +320,12 @@ uint8_t* media_read_frame(MEDIA_RECORD* record, int frame) {
     uint8_t* picture = read_buffer_of(record);
     if (!picture) return nullptr;
     frame = stored_frame(record, frame);
-    if (frame != record->last_frame) read_stored_picture(record, picture, frame);
+    if (frame != record->last_frame) {
+        if (record->media_flag & MEDIA_DECODER_OPEN)
+            decode_picture(record, picture, frame);
+        else
+            read_stored_picture(record, picture, frame);
+    }
     record->last_frame = frame;
     return picture;
 }

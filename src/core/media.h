@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "audio/soft_convert.h"
+
 struct AVI_STREAM_INFO;
 struct MEDIA_RECORD;
 struct WAVEFORMATEX;
@@ -48,13 +50,39 @@ void media_match_audio(MEDIA_RECORD* record, const WAVEFORMATEX* target, const W
 /// Sample position (block number) of frame n; `base` gives the frame rate, null = the source's own.
 int audio_sample_at(MEDIA_RECORD* source, int n, const MEDIA_RECORD* base);
 /// Sound of `count` frames from frame n (count negative: to the end) into a buffer of `capacity` bytes, converted or as
-/// stored. buffer null: drops what the converter holds. A range that does not fit is read as far as whole blocks fit.
-/// Returns bytes written.
+/// stored. Returns bytes written. buffer null: the converter starts anew, and what it holds is dropped; gives 0.
+///
+/// A PCM source is a stream: blocks audio_sample_at(n) .. audio_sample_at(n + count) - 1 go through the converter,
+/// which carries its state from call to call. A compressed source is read by position: the result is exactly the
+/// delivered samples floor(time of n * rate) .. floor(time of n + count * rate) - 1, whatever was read before;
+/// sequential calls read ahead, a jump decodes from a little earlier. Behind the end of what is stored both are short.
 int media_read_audio(MEDIA_RECORD* source, int n, int count, void* buffer, size_t capacity, const MEDIA_RECORD* base);
 int media_read_audio_raw(MEDIA_RECORD* source, int n, int count, void* buffer, size_t capacity,
                          const MEDIA_RECORD* base);
-/// Sound by block numbers a .. b - 1, converted or (raw) as stored. Returns bytes written.
+/// One piece of what media_read_audio gives, for buffers that do not hold it all: from delivered block `skip` on, as
+/// many whole blocks as fit. Pieces are asked in their order: skip 0 first, then the sum of the blocks given so far,
+/// with no other read of this source in between. Returns bytes; 0: no more, or no piece can follow here.
+int media_read_audio_part(MEDIA_RECORD* source, int n, int count, int skip, void* buffer, size_t capacity,
+                          const MEDIA_RECORD* base);
+/// Stored blocks a .. b - 1 as they are stored. `raw` false is for sources without a converter, whose stored and
+/// delivered bytes are the same; 0 for others. A range that does not fit is read as far as it does. Bytes written.
 int media_read_audio_range(MEDIA_RECORD* source, int a, int b, bool raw, void* buffer, size_t capacity);
+
+/// The state of a source's sound as far as lengths go, for measuring ahead. A plain copyable record; one a source.
+struct AUDIO_MEASURE {
+    bool running;  // false: as after a reset
+    SOFT_CONVERTER soft;
+    SOFT_CARRY carry;
+};
+/// As after media_read_audio with buffer null.
+void media_measure_reset(AUDIO_MEASURE* measure);
+/// As the source is now.
+void media_measure_now(AUDIO_MEASURE* measure, const MEDIA_RECORD* source);
+/// Samples of each channel (delivered blocks) that media_read_audio would give for the same call into a buffer large
+/// enough, and moves the state on; the source stays as it is. Exact for every source whose file can be read.
+int media_measure_audio_next(AUDIO_MEASURE* measure, MEDIA_RECORD* source, int n, int count, const MEDIA_RECORD* base);
+/// The same from the source's present state on.
+int media_measure_audio(MEDIA_RECORD* source, int n, int count, const MEDIA_RECORD* base);
 
 /// 0 for plain RGB ("DIB ", "DIB" and 0 in any case are one), else the code in capital letters.
 uint32_t media_code_normal(uint32_t code);

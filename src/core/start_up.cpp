@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/audio_conv.h"
 #include "core/compression_settings.h"
 #include "core/edit_settings.h"
 #include "core/edit_state.h"
@@ -16,12 +17,14 @@
 #include "core/source.h"
 #include "hosts/filter.h"
 #include "output/avi_writer.h"
+#include "persist/project_resume.h"
 #include "pipeline/frame_cache.h"
 #include "pipeline/worker_pool.h"
 #include "pixels/convert.h"
 #include "pixels/frame_buffer.h"
 #include "platform/simd.h"
 #include "platform/thread.h"
+#include "readers/codec.h"
 #include "readers/input_table.h"
 
 static bool window_mode_now;
@@ -66,25 +69,30 @@ EDIT_STATE* start_up(bool window_mode) {
     apply_settings();
     start_workers();
     input_table_init();
+    codec_system_init();
     if (!create_edit_content(edit_state)) {
         shut_down();
         return nullptr;
     }
     filter_system_init(0, window_mode ? edit_state : nullptr);
     profile_system_init(window_mode);
+    if (window_mode) project_resume_load(edit_state);
     return edit_state;
 }
 
 void shut_down() {
     EDIT_STATE* edit = edit_state;
     if (!edit) return;
+    if (window_mode_now && filter_ready()) project_resume_save(edit);  // not after a start that failed
     close_edit(edit);
+    audio_conv_exit();
     profile_system_exit();
     filter_system_exit();
     if (window_mode_now) compression_settings_write(edit);
     if (window_mode_now) edit_settings_write(edit);
     frame_cache_stop();
     frame_table_free();
+    codec_system_exit();
     input_table_exit();
     worker_pool_stop();
     mem_free(edit);

@@ -5,6 +5,11 @@
 
 #include "platform/text.h"
 #include "readers/avi_reader.h"
+#include "readers/avis_reader.h"
+#include "readers/bmp_reader.h"
+#include "readers/picture_reader.h"
+#include "readers/picture_series.h"
+#include "readers/platform_reader.h"
 #include "readers/wave_reader.h"
 
 static constexpr uint32_t VIDEO_AUDIO = INPUT_F_VIDEO | INPUT_F_AUDIO;
@@ -49,14 +54,41 @@ static const BUILT_IN BUILT_IN_TABLE[] = {
      .read_video = wave_reader_read_video,
      .read_video_bounded = wave_reader_read_video_bounded,
      .read_audio = wave_reader_read_audio},
-    {.flags = INPUT_F_VIDEO, .name = "BMP File Reader", .filefilter = "BmpFile (*.bmp)\0*.bmp\0"},
+    {.flags = INPUT_F_VIDEO,
+     .name = "BMP File Reader",
+     .filefilter = "BmpFile (*.bmp)\0*.bmp\0",
+     .open = bmp_reader_open,
+     .close = picture_series_close,
+     .info = picture_series_info,
+     .read_video = bmp_reader_read_video,
+     .read_video_bounded = bmp_reader_read_video_bounded},
     {.flags = INPUT_F_VIDEO,
      .name = "JPEG/PNG File Reader",
-     .filefilter = "JPEG File (*.jpg;*.jpeg)\0*.jpg;*.jpeg\0PNG File (*.png)\0*.png\0"},
+     .filefilter = "JPEG File (*.jpg;*.jpeg)\0*.jpg;*.jpeg\0PNG File (*.png)\0*.png\0",
+     .open = picture_reader_open,
+     .close = picture_series_close,
+     .info = picture_series_info,
+     .read_video = picture_reader_read_video,
+     .read_video_bounded = picture_reader_read_video_bounded},
     {.flags = VIDEO_AUDIO,
      .name = "AVI File Reader ( Video For Windows )",
-     .filefilter = "AviFile (*.avi)\0*.avi\0AllFile (*.*)\0*.*\0"},
-    {.flags = VIDEO_AUDIO | INPUT_F_BY_NAME, .name = "AVIs File Reader", .filefilter = "AviFile (*.avi)\0*.avi\0"},
+     .filefilter = "AviFile (*.avi)\0*.avi\0AllFile (*.*)\0*.*\0",
+     .open = platform_reader_open,
+     .close = platform_reader_close,
+     .info = platform_reader_info,
+     .read_video = platform_reader_read_video,
+     .read_video_bounded = platform_reader_read_video_bounded,
+     .read_audio = platform_reader_read_audio},
+    {.flags = VIDEO_AUDIO | INPUT_F_BY_NAME,
+     .name = "AVIs File Reader",
+     .filefilter = "AviFile (*.avi)\0*.avi\0",
+     .open = avis_reader_open,
+     .close = avis_reader_close,
+     .info = avis_reader_info,
+     .read_video = avis_reader_read_video,
+     .read_video_bounded = avis_reader_read_video_bounded,
+     .read_audio = avis_reader_read_audio,
+     .is_keyframe = avis_reader_is_keyframe},
 };
 
 static INPUT_RECORD records[INPUT_RECORD_MAX];

@@ -205,7 +205,6 @@ TEST_F(InputTable, ReadsFilesByTheBuiltInReaders) {
     EXPECT_FALSE(input_is_keyframe(handle, 1));
     EXPECT_EQ(input_read_video(handle, 1, frame.data(), 5, 2, 2, 24, &damaged), 5);
     EXPECT_TRUE(damaged);
-    EXPECT_EQ(input_open(avi.name(), input_index(handle), nullptr), nullptr);  // the rows behind it are not there yet
     const TEMP_FILE wav(wave_build(avi_sound_format(1, 1, 8000, 16), BYTES(1600)), ".wav");
     EXPECT_EQ(input_index(input_open(wav.name(), -1, nullptr)), 1);
 }

@@ -1,0 +1,180 @@
+#include <random>
+#include <set>
+
+#include "core/edit_fixture.h"
+#include "platform/ini.h"
+#include "platform/video_codec.h"
+#include "readers/codec.h"
+#include "resources/language.h"
+#include "resources/string_ids.h"
+
+static constexpr uint32_t YUY2 = VANTEL_FOURCC('Y', 'U', 'Y', '2');
+static constexpr uint32_t XVID = VANTEL_FOURCC('X', 'V', 'I', 'D');
+static constexpr uint32_t ULRG = VANTEL_FOURCC('U', 'L', 'R', 'G');
+
+struct Codec : EDIT_FIXTURE {
+    VIDEO_CODEC_SETTING setting{};
+    BITMAPINFOHEADER input{};
+
+    static uint32_t lower(uint32_t code) { return code | 0x20202020; }
+
+    static bool decodes(const char* code) {
+        BITMAPINFOHEADER header{};
+        header.biSize = sizeof header;
+        header.biWidth = header.biHeight = 96;
+        header.biBitCount = 24;
+        header.biCompression = VANTEL_FOURCC(code[0], code[1], code[2], code[3]);
+        const auto* bytes = reinterpret_cast<const uint8_t*>(&header);
+        return video_decoder_open(header.biCompression, {bytes, sizeof header}, {}) != nullptr;
+    }
+
+    bool begin(uint32_t handler, int key_rate, int data_rate, uint32_t rate, uint32_t scale) {
+        codec_reset_setting(&setting, handler);
+        setting.key_rate = key_rate;
+        setting.data_rate = data_rate;
+        codec_input_format(handler, &input, 96, 64);
+        return compress_begin(&setting, input, rate, scale);
+    }
+    std::vector<uint32_t> flags_of_frames(int n) {
+        std::vector<uint32_t> result;
+        std::vector<uint8_t> picture(input.biSizeImage);
+        for (int i = 0; i < n; ++i) {
+            for (size_t at = 0; at < picture.size(); ++at) picture[at] = uint8_t(at * at / 64 + size_t(i));
+            uint32_t flags = 0, size = 0;
+            if (!compress_frame(&setting, picture.data(), &flags, &size)) break;
+            result.push_back(flags);
+        }
+        return result;
+    }
+};
+
+TEST_F(Codec, TheTableKnowsWhatEachCodecCan) {
+    const CODEC_ENTRY* xvid = codec_entry(codec_find(lower(XVID)));
+    ASSERT_NE(xvid, nullptr) << "codes compare in capital letters";
+    EXPECT_EQ(xvid->flags & 0xFFFF, 0xFF07u) << "everything that a flag can say of a compressor";
+    const CODEC_ENTRY* rgb = codec_entry(codec_find(ULRG));
+    ASSERT_NE(rgb, nullptr);
+    EXPECT_FALSE(rgb->flags & (CODEC_CAN_YUY2 | CODEC_HAS_QUALITY | CODEC_HAS_KEY_RATE | CODEC_HAS_DATA_RATE));
+    EXPECT_STREQ(codec_name(0), language_string(STR_CODEC_UNCOMPRESSED));
+    EXPECT_TRUE(codec_is_pseudo(YUY2));
+    EXPECT_FALSE(codec_can_compress(YUY2));
+    EXPECT_EQ(codec_find(VANTEL_FOURCC('d', 'i', 'b', ' ')), codec_count() - 1) << "uncompressed is the last entry";
+    EXPECT_EQ(codec_find(YUY2), codec_count() - 2);
+    EXPECT_EQ(codec_find(VANTEL_FOURCC('?', '?', '?', '?')), -1);
+    EXPECT_LE(codec_count(), CODEC_ENTRY_MAX);
+    for (const char* code : {"dvsd", "LAGS", "MPG4", "WMV1", "VP80", "MJ2C", "cvid", "FFV1", "H264"})
+        EXPECT_TRUE(decodes(code)) << code;
+}
+
+TEST_F(Codec, InputFormatFollowsTheOptions) {
+    CODEC_ENTRY* xvid = codec_entry(codec_find(XVID));
+    codec_input_format(XVID, &input, 99, 50);
+    EXPECT_EQ(input.biCompression, YUY2);
+    EXPECT_EQ(input.biSizeImage, 200u * 50);
+    xvid->flags &= ~uint32_t{CODEC_ENCODE_YUY2};
+    codec_input_format(XVID, &input, 99, 50);
+    EXPECT_EQ(input.biCompression, 0u);
+    EXPECT_EQ(input.biSizeImage, 300u * 50);
+    codec_input_format(YUY2, &input, 32, 32);
+    EXPECT_EQ(input.biBitCount, 16);
+    codec_input_format(ULRG, &input, 32, 32);
+    EXPECT_EQ(input.biBitCount, 24);
+}
+
+TEST_F(Codec, OptionsAndCapabilitiesAreRemembered) {
+    CODEC_ENTRY* xvid = codec_entry(codec_find(XVID));
+    xvid->flags &= ~uint32_t{CODEC_DECODE_YUY2};
+    const uint32_t flags = xvid->flags;
+    const std::string name = xvid->display_name;
+    codec_system_exit();
+    codec_system_init();
+    xvid = codec_entry(codec_find(XVID));
+    EXPECT_EQ(xvid->flags, flags);
+    EXPECT_EQ(xvid->display_name, name);
+    EXPECT_EQ(xvid->data_rate, CODEC_DATA_RATE_DEFAULT);
+    xvid->flags |= CODEC_DECODE_YUY2;
+}
+
+TEST_F(Codec, KeyFramesComeByRateOrAtTheStartAlone) {
+    for (const auto& [key_rate, wanted] : {std::pair{30, std::vector<size_t>{0, 30, 60}}, {0, {0}}}) {
+        ASSERT_TRUE(begin(XVID, key_rate, 0, 30, 1));
+        const std::vector<uint32_t> flags = flags_of_frames(65);
+        compress_end(&setting);
+        ASSERT_EQ(flags.size(), 65u);
+        for (size_t i = 0; i < flags.size(); ++i)
+            EXPECT_EQ(flags[i], std::find(wanted.begin(), wanted.end(), i) != wanted.end() ? 16u : 0u)
+                << "frame " << i << " of rate " << key_rate;
+    }
+}
+
+TEST_F(Codec, TheBudgetPassesFromFrameToFrame) {
+    ASSERT_TRUE(begin(XVID, 0, 100, 30, 1));
+    EXPECT_EQ(setting.bytes_per_frame, 3413);
+    std::vector<uint8_t> picture(input.biSizeImage, 128);
+    uint32_t flags = 0, size = 0;
+    ASSERT_NE(compress_frame(&setting, picture.data(), &flags, &size), nullptr);
+    EXPECT_EQ(setting.budget, 3413 - int(size));
+    setting.budget = -100000;
+    ASSERT_NE(compress_frame(&setting, picture.data(), &flags, &size), nullptr);
+    EXPECT_EQ(setting.budget, 1 - int(size)) << "a budget below 1 is raised to 1";
+    compress_end(&setting);
+    ASSERT_TRUE(begin(XVID, 0, 0, 30, 1));
+    ASSERT_NE(compress_frame(&setting, picture.data(), &flags, &size), nullptr);
+    EXPECT_EQ(setting.budget, 0x7FFFFFFF - int(size));
+    compress_end(&setting);
+}
+
+TEST_F(Codec, ResetTakesTheEntryAndItsState) {
+    codec_reset_setting(&setting, XVID);
+    EXPECT_EQ(setting.handler, XVID);
+    EXPECT_EQ(setting.data_rate, CODEC_DATA_RATE_DEFAULT);
+    EXPECT_GT(setting.codec_state_size, 0);
+    for (const uint32_t handler : {VANTEL_FOURCC('?', '?', '?', '?'), VANTEL_FOURCC('L', 'A', 'G', 'S')}) {
+        codec_reset_setting(&setting, handler);
+        EXPECT_EQ(setting.handler, 0u) << "unknown, or only decompresses";
+    }
+    codec_reset_setting(&setting, YUY2);
+    EXPECT_EQ(setting.handler, YUY2);
+}
+
+/// Every codec's frames by number are those of a run from the start, whatever was read before.
+TEST_F(Codec, RandomAccessEqualsSequential) {
+    static const std::vector<std::string> CODECS[] = {{"mpeg4", "-vtag", "XVID", "-g", "50", "-bf", "0"},
+                                                      {"libx264", "-g", "50", "-bf", "0"},
+                                                      {"mpeg4", "-vtag", "DX50", "-g", "50", "-bf", "2"},
+                                                      {"libx264", "-g", "50", "-bf", "3"},
+                                                      {"msmpeg4v2", "-g", "50"},
+                                                      {"wmv2", "-g", "50"},
+                                                      {"huffyuv"},
+                                                      {"ffv1", "-g", "50"},
+                                                      {"utvideo"},
+                                                      {"mjpeg"},
+                                                      {"zmbv", "-g", "50"},
+                                                      {"cinepak"},
+                                                      {"libvpx", "-g", "50"},
+                                                      {"mpeg2video", "-g", "18", "-bf", "2"}};
+    for (const std::vector<std::string>& codec : CODECS) {
+        const std::string path = folder / "clip.avi";
+        std::vector<std::string> arguments = {
+            "ffmpeg",    "-nostdin", "-loglevel", "error", "-y", "-f", "lavfi", "-i", "testsrc2=rate=25:size=128x96",
+            "-frames:v", "120",      "-c:v"};
+        arguments.insert(arguments.end(), codec.begin(), codec.end());
+        arguments.push_back(path);
+        ASSERT_EQ(command_run(arguments).status, 0) << codec[0];
+        const auto record = std::make_unique<MEDIA_RECORD>();
+        ASSERT_EQ(media_open(record.get(), text_from_utf8(path).c_str(), 0), 1) << codec[0];
+        ASSERT_EQ(record->media_frames, 120) << codec[0];
+        const size_t size = record->video_header.biSizeImage;
+        std::vector<std::string> frames;
+        for (int f = 0; f < 120; ++f)
+            frames.emplace_back(reinterpret_cast<const char*>(media_read_frame(record.get(), f)), size);
+        EXPECT_GT(std::set<std::string>(frames.begin(), frames.end()).size(), 110u) << codec[0];
+        std::mt19937 random(7);
+        for (int i = 0; i < 60; ++i) {
+            const int f = int(random() % 120);
+            const auto* picture = reinterpret_cast<const char*>(media_read_frame(record.get(), f));
+            ASSERT_TRUE(std::string(picture, size) == frames[size_t(f)]) << codec[0] << " frame " << f;
+        }
+        media_close(record.get());
+    }
+}
