@@ -30,6 +30,8 @@ int save_poll_abort(int text);
 /// The abort flag: whether the last run was stopped.
 bool save_aborted();
 void save_abort_clear();
+/// Takes back what the user agreed to: a part of the work was stopped, not the work. A signal stands.
+void save_abort_withdraw();
 /// Makes SIGINT and SIGTERM stop a running save instead of the program; outside of one, they end the program as usual.
 void save_signals_install();
 /// Between begin and end, the two signals only set a flag for save_poll_abort.

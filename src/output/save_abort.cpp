@@ -41,6 +41,8 @@ void save_abort_clear() {
     signal_seen = 0;
 }
 
+void save_abort_withdraw() { abort_flag = signal_seen != 0; }
+
 int save_poll_abort(int text) {
     if (signal_seen || (ui_hooks.pump && ui_hooks.pump() && message_ask(text))) abort_flag = true;
     return abort_flag ? 1 : 0;

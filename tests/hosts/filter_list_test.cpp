@@ -171,7 +171,11 @@ TEST_F(FILTER_TABLE_TEST, InvalidatesAFilterWhoseInitFails) {
     EXPECT_EQ(faults, STEPS{"crash FILTER::func_init()"});
     EXPECT_EQ(filter_count(), 31);
     EXPECT_EQ(filter_find("good"), filters[2]);
-    EXPECT_EQ(filter_chain()[0], filters[2]);
+    size_t places[2] = {};
+    for (FILTER* const* at = filter_chain(); *at; ++at)
+        for (size_t i = 0; i < 2; ++i) places[i] += *at == filters[1 + i];
+    EXPECT_EQ(places[0], 0u);
+    EXPECT_EQ(places[1], 1u);
     EXPECT_EQ(filter_deinterlace_method(6), filters[3]);  // the invalid ones take no number
 }
 
