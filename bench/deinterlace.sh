@@ -22,7 +22,7 @@ psnr() {  # file, which of two originals counts
 
 names=(none odd even double 24fps auto)
 for method in 0 1 2 3 4 5; do
-    "$here/build/bench/make_profile" "$VANTEL_HOME/m$method.cfg" $method 0
+    "$here/build/bench/make_profile" "$VANTEL_HOME/m$method.cfg" deinterlace=$method
     "$here/build/vantel" "$folder/clip.avi" -p m$method -o "$folder/out.avi" -q
     printf 'vantel %-8s %6s dB\n' "${names[method]}" "$(psnr "$folder/out.avi" $((method == 2)))"
 done
