@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "output/save_flags.h"
+#include "platform/audio_codec.h"
 
 static uint32_t micro_sec_per_frame(uint32_t scale, uint32_t rate) {
     if (rate == 1000000) return scale;
@@ -55,6 +56,13 @@ AVI_STREAM_HEADER avi_header_audio(const SAVE_CONTEXT* context, uint32_t flags) 
         header.dwRate = context->audio_stream.dwRate;
         header.dwSampleSize = context->audio_stream.dwSampleSize;
         return header;
+    }
+    AUDIO_CODEC_LAYOUT layout;
+    if ((flags & SAVE_AUDIO_COMPRESS) && audio_codec_layout(&layout, avi_format_audio(context, flags)) &&
+        layout.unit == 0) {
+        header.dwScale = layout.scale;
+        header.dwRate = layout.rate;
+        return header;  // each chunk is a packet of its own size
     }
     header.dwScale = header.dwSampleSize = format.nBlockAlign;
     if (!(flags & SAVE_AUDIO_COMPRESS)) {

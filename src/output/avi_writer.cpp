@@ -11,8 +11,10 @@
 #include "output/avi_header.h"
 #include "output/avi_list.h"
 #include "output/avi_recover.h"
+#include "output/avi_sound.h"
 #include "output/save_flags.h"
 #include "platform/file.h"
+#include "readers/codec.h"
 
 static const char MADE_BY[] = "This file was made by Vantel 2.41m7.";
 static constexpr std::chrono::milliseconds CREATE_PAUSE(1000);
@@ -23,13 +25,33 @@ void avi_writer_set_frame_limit(int frames) {
     avi_writer_settings.frame_limit = uint32_t(std::clamp(frames, 1024, 8388607));
 }
 
-/// Opens the compressor's session and the sound conversion that the flags ask for. No compressor and no sound
-/// conversion is registered, so every flag that needs one fails here, and no session is ever open elsewhere.
-static int sessions_open(uint32_t flags) {
+static bool converts_sound(uint32_t flags) {
+    return (flags & SAVE_AUDIO_COMPRESS) && (flags & (SAVE_AUDIO | SAVE_WAV_FILE));
+}
+
+static bool compresses(uint32_t flags) {
     const bool recompress = (flags & SAVE_VIDEO_COPY) && (flags & SAVE_VIDEO_COPY_OR_RECOMPRESS);
-    if (!(flags & SAVE_WAV_FILE) && ((flags & SAVE_VIDEO_COMPRESS) || recompress)) return AVI_NO_VIDEO_CODEC;
-    if (flags & SAVE_AUDIO_COMPRESS) return AVI_NO_AUDIO_CODEC;
+    return !(flags & SAVE_WAV_FILE) && ((flags & SAVE_VIDEO_COMPRESS) || recompress);
+}
+
+static bool compressor_begin(SAVE_CONTEXT* context) {
+    const AVI_STREAM_INFO& stream = context->video_stream;
+    return compress_begin(&context->decoder, context->video_header, stream.dwRate, stream.dwScale);
+}
+
+/// Opens the compressor's session and the sound conversion that the flags ask for.
+static int sessions_open(SAVE_CONTEXT* context, uint32_t flags) {
+    if (compresses(flags)) {
+        if (!compressor_begin(context)) return AVI_NO_VIDEO_CODEC;
+        context->media_flag |= WRITER_COMPRESSOR;
+    }
+    if (converts_sound(flags) && !avi_sound_open(context)) return AVI_NO_AUDIO_CODEC;
     return AVI_OK;
+}
+
+static void sessions_close(SAVE_CONTEXT* context, uint32_t media_flag) {
+    if (media_flag & WRITER_COMPRESSOR) compress_end(&context->decoder);
+    avi_sound_close(context);
 }
 
 static int file_create_patiently(const char* name) {
@@ -39,10 +61,16 @@ static int file_create_patiently(const char* name) {
     return file_create(name);
 }
 
-static bool writer_start(AVI_WRITER* w, const char* name) {
+/// Chunks that a frame of the edit may need in the mean: its picture and a group of sound, or packets of sound.
+static uint32_t chunks_a_frame(const SAVE_CONTEXT* context, uint32_t flags) {
+    const bool packets = (flags & SAVE_AUDIO) && avi_header_audio(context, flags).dwSampleSize == 0;
+    return packets ? 8 : 2;
+}
+
+static bool writer_start(AVI_WRITER* w, const char* name, uint32_t chunks) {
     w->file = file_create_patiently(name);
     if (w->file < 0) return false;
-    w->chunk_capacity = 2 * avi_writer_settings.frame_limit;
+    w->chunk_capacity = chunks * avi_writer_settings.frame_limit;
     w->chunk_table = page_alloc_bytes(size_t{w->chunk_capacity} * sizeof(uint32_t));
     if (!w->chunk_table) return false;
     const uint32_t unit = avi_writer_settings.unit_kib * 1024;
@@ -103,9 +131,9 @@ static bool begin_wav(AVI_WRITER* w, const SAVE_CONTEXT* context, uint32_t flags
     return !w->failed;
 }
 
-static int open_steps(AVI_WRITER* w, const SAVE_CONTEXT* context, const char* name, uint32_t flags) {
-    if (!writer_start(w, name)) return AVI_NO_FILE;
-    if (const int result = sessions_open(flags); result != AVI_OK) return result;
+static int open_steps(AVI_WRITER* w, SAVE_CONTEXT* context, const char* name, uint32_t flags) {
+    if (!writer_start(w, name, chunks_a_frame(context, flags))) return AVI_NO_FILE;
+    if (const int result = sessions_open(context, flags); result != AVI_OK) return result;
     if (flags & (SAVE_WAV_FILE | SAVE_AUDIO)) w->stream[AVI_AUDIO].strh = avi_header_audio(context, flags);
     const bool begun = flags & SAVE_WAV_FILE ? begin_wav(w, context, flags) : begin_avi(w, context, flags);
     // Flushed, so that headers without room are a failure of the opening, and recovery may rely on them.
@@ -121,11 +149,14 @@ int avi_open(SAVE_CONTEXT* context, const char* name, uint32_t flags, const void
     w->info_size = info_size;
     const int result = open_steps(w, context, name, flags);
     if (result != AVI_OK) {
+        sessions_close(context, context->media_flag);
+        context->media_flag = 0;
         writer_end(w);
         return result;
     }
-    context->media_flag = flags & SAVE_WAV_FILE ? WRITER_WAV | WRITER_AUDIO : WRITER_AVI | WRITER_VIDEO;
+    context->media_flag |= flags & SAVE_WAV_FILE ? WRITER_WAV | WRITER_AUDIO : WRITER_AVI | WRITER_VIDEO;
     if (flags & SAVE_AUDIO) context->media_flag |= WRITER_AUDIO;
+    if (converts_sound(flags)) context->media_flag |= WRITER_CONVERTER;
     return AVI_OK;
 }
 
@@ -171,14 +202,15 @@ static void close_wav(AVI_WRITER* w) {
 
 int avi_close(SAVE_CONTEXT* context) {
     AVI_WRITER* w = &avi_writer;
-    const bool wav = context->media_flag & WRITER_WAV;
+    const uint32_t state = context->media_flag;
     context->media_flag = 0;
     if (w->file < 0) return 1;
-    if (wav) {
+    if (state & WRITER_WAV) {
         close_wav(w);
     } else {
         close_avi(w);
     }
+    sessions_close(context, state);
     const bool complete = avi_file_flush(w) && !w->lost;
     return writer_end(w) && complete;
 }
@@ -191,9 +223,17 @@ static int put_result(AVI_WRITER* w, bool stored) {
 
 int avi_put_frame(SAVE_CONTEXT* context, const void* pixels, uint32_t* out_size) {
     if (!(context->media_flag & WRITER_VIDEO)) return AVI_OK;
-    const uint32_t size = context->video_header.biSizeImage;
+    const void* bytes = pixels;
+    uint32_t size = context->video_header.biSizeImage, flags = AVIIF_KEYFRAME;
+    if (context->media_flag & WRITER_COMPRESSOR) {
+        bytes = compress_frame(&context->decoder, static_cast<const uint8_t*>(pixels), &flags, &size);
+        if (!bytes) {
+            avi_writer.lost = true;
+            return AVI_NO_VIDEO_CODEC;
+        }
+    }
     if (out_size) *out_size = size;
-    return put_result(&avi_writer, avi_list_put_chunk(&avi_writer, AVI_VIDEO, pixels, size, true));
+    return avi_put_stored_frame(context, bytes, size, flags);
 }
 
 int avi_put_stored_frame(SAVE_CONTEXT* context, const void* bytes, size_t size, uint32_t flags) {
@@ -217,12 +257,21 @@ int avi_put_stored_audio(SAVE_CONTEXT* context, const void* bytes, size_t size) 
 }
 
 int avi_put_audio(SAVE_CONTEXT* context, const void* bytes, size_t size) {
-    return avi_put_stored_audio(context, bytes, size);
+    if (!(context->media_flag & WRITER_AUDIO)) return AVI_OK;
+    if (!(context->media_flag & WRITER_CONVERTER)) return avi_put_stored_audio(context, bytes, size);
+    const int result = avi_sound_put(context, bytes, size);
+    if (result != AVI_OK) avi_writer.lost = true;
+    return result;
 }
 
 int avi_restart_compressor(SAVE_CONTEXT* context, const VIDEO_CODEC_SETTING* setting) {
-    (void)setting;
-    return context->media_flag & WRITER_COMPRESSOR ? AVI_NO_VIDEO_CODEC : AVI_OK;
+    if (!(context->media_flag & WRITER_COMPRESSOR)) return AVI_OK;
+    compress_end(&context->decoder);
+    memmove(&context->decoder, setting, sizeof *setting);  // it may be that very one
+    if (compressor_begin(context)) return AVI_OK;
+    context->media_flag &= ~uint32_t{WRITER_COMPRESSOR};
+    avi_writer.lost = true;
+    return AVI_NO_VIDEO_CODEC;
 }
 
 uint8_t* avi_info_add(uint8_t* target, uint32_t code, const char* text) {

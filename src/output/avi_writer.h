@@ -53,9 +53,9 @@ int avi_put_frame(SAVE_CONTEXT* context, const void* pixels, uint32_t* out_size)
 int avi_put_stored_frame(SAVE_CONTEXT* context, const void* bytes, size_t size, uint32_t flags);
 
 /// Writes sound of audio_header's format, through the conversion when there is one; size 0 fetches what a conversion
-/// still holds. 1 (also without a sound stream or when there is nothing to write), AVI_LOST, AVI_NO_AUDIO_CODEC when
-/// the conversion failed. A WAV file takes no more than its 32-bit sizes can tell: what would pass is refused,
-/// AVI_LOST.
+/// still holds, and comes before avi_close. 1 (also without a sound stream or when there is nothing to write),
+/// AVI_LOST, AVI_NO_AUDIO_CODEC when the conversion failed. A WAV file takes no more than its 32-bit sizes can tell:
+/// what would pass is refused, AVI_LOST.
 int avi_put_audio(SAVE_CONTEXT* context, const void* bytes, size_t size);
 /// The same without the conversion.
 int avi_put_stored_audio(SAVE_CONTEXT* context, const void* bytes, size_t size);

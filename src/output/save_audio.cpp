@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 #include "core/edit_state.h"
+#include "core/frame_table.h"
+#include "core/media_converter.h"
+#include "core/media_sound_reader.h"
 #include "output/avi_writer.h"
 #include "output/save_flags.h"
 #include "output/save_state.h"
@@ -38,8 +42,10 @@ static int send(GATHER* g, bool all) {
     return result;
 }
 
-static int gather_frame(GATHER* g, int frame, AUDIO_MODE mode, int block) {
+static int gather_frame(GATHER* g, int frame, AUDIO_MODE mode) {
     EDIT_STATE* edit = g->save->edit;
+    const int block = audio_fetch_block(edit, frame, mode);
+    if (block < 1) return AVI_OK;
     for (int skip = 0;;) {
         size_t room = g->capacity - g->fill;
         if (room < size_t(block)) {
@@ -54,26 +60,81 @@ static int gather_frame(GATHER* g, int frame, AUDIO_MODE mode, int block) {
     }
 }
 
+// Each packet in a chunk of its own, behind what was gathered of other sources.
+static int put_packets(GATHER* g, int frame) {
+    int result = send(g, true);
+    for (int skip = 0; result == AVI_OK;) {
+        const int bytes = audio_fetch_packet(g->save->edit, frame, skip, g->buffer, g->capacity);
+        if (bytes <= 0) break;
+        result = put(g->save, g->buffer, size_t(bytes));
+        skip += bytes;
+    }
+    return result;
+}
+
 static size_t piece_size(const WAVEFORMATEX& format) {
     const size_t second = format.nAvgBytesPerSec / format.nBlockAlign * format.nBlockAlign;
     return std::max<size_t>(second, format.nBlockAlign);
 }
 
-int save_put_audio(SAVE* save, int f) {
-    EDIT_STATE* edit = save->edit;
-    int last;
-    if (!audio_group(edit, f, save->first, save->last, &last)) return AVI_OK;
-    const bool copy = save->flags & SAVE_AUDIO_COPY;
-    const WAVEFORMATEX& format = edit->base.audio_header;
-    const int block = copy ? int(edit->base.audio_stream.dwSampleSize) : format.nBlockAlign;
-    if (block < 1) return AVI_OK;
-    // A piece must fit, so that sending whole pieces always makes room and chunks end where any buffer would end them.
-    GATHER g{save, display_buffer(), 0, display_buffer_size(), copy ? 0 : piece_size(format)};
-    if (g.piece > g.capacity) g.piece = g.capacity / size_t(block) * size_t(block);
-    for (int frame = f; frame <= last; ++frame) {
-        int result = gather_frame(&g, frame, copy ? AUDIO_STORED : AUDIO_FILTERED, block);
-        if (result == AVI_OK && g.piece) result = send(&g, false);
+static int put_copied(SAVE* save, int first, int last) {
+    GATHER g{save, display_buffer(), 0, display_buffer_size(), 0};
+    for (int frame = first; frame <= last; ++frame) {
+        const int result =
+            audio_by_packets(save->edit, frame) ? put_packets(&g, frame) : gather_frame(&g, frame, AUDIO_STORED);
         if (result != AVI_OK) return result;
     }
     return send(&g, true);
+}
+
+static int put_converted(SAVE* save, int first, int last) {
+    const WAVEFORMATEX& format = save->edit->base.audio_header;
+    const size_t block = format.nBlockAlign;
+    if (block < 1) return AVI_OK;
+    // A piece must fit, so that sending whole pieces always makes room and chunks end where any buffer would end them.
+    GATHER g{save, display_buffer(), 0, display_buffer_size(), piece_size(format)};
+    if (g.piece > g.capacity) g.piece = g.capacity / block * block;
+    for (int frame = first; frame <= last; ++frame) {
+        int result = gather_frame(&g, frame, AUDIO_FILTERED);
+        if (result == AVI_OK) result = send(&g, false);
+        if (result != AVI_OK) return result;
+    }
+    return send(&g, true);
+}
+
+int save_put_audio(SAVE* save, int f) {
+    int last;
+    if (!audio_group(save->edit, f, save->first, save->last, &last)) return AVI_OK;
+    return save->flags & SAVE_AUDIO_COPY ? put_copied(save, f, last) : put_converted(save, f, last);
+}
+
+// ---- headers of copied sound
+
+static const MEDIA_RECORD* copied_source(const SAVE* save) {
+    const int index = frame_ref_source(frame_table.frame_audio[frame_clamp(save->edit, save->first)]);
+    return index < SOURCE_MAX ? &save->edit->source[index].media : nullptr;
+}
+
+// Players take a packet for as many units as nBlockAlign goes into it, so that must not be smaller than any packet.
+static void set_packet_block(SAVE_CONTEXT* context, int64_t bytes) {
+    WAVEFORMATEX format;
+    std::memcpy(&format, context->audio_format, sizeof format);
+    format.nBlockAlign = uint16_t(std::min<int64_t>(bytes, UINT16_MAX));
+    std::memcpy(context->audio_format, &format, sizeof format);
+}
+
+void save_audio_plan_copy(SAVE* save) {
+    SAVE_CONTEXT* context = &save->edit->save_context;
+    const MEDIA_RECORD* source = copied_source(save);
+    const uint32_t wanted = MEDIA_HAS_AUDIO | MEDIA_VARIABLE_AUDIO;
+    if (!source || (source->media_flag & wanted) != wanted || save->edit->output_kind == OUTPUT_KIND_WAV) return;
+    const SOUND_PACKETS packets = media_sound_packets(source);
+    if (packets.n == 0 || packets.samples == 0) return;
+    uint64_t rate = uint64_t(packets.n) * media_stored_format(source).nSamplesPerSec, scale = uint64_t(packets.samples);
+    const uint64_t common = std::gcd(rate, scale);
+    for (rate /= common, scale /= common; rate > INT32_MAX || scale > INT32_MAX; rate /= 2) scale /= 2;
+    context->audio_stream.dwRate = uint32_t(std::max<uint64_t>(rate, 1));
+    context->audio_stream.dwScale = uint32_t(std::max<uint64_t>(scale, 1));
+    context->audio_stream.dwSampleSize = 0;
+    set_packet_block(context, std::max<int64_t>(packets.largest, packets.samples / packets.n));
 }

@@ -14,6 +14,11 @@ struct SAVE {
     int first, last;   // the selection
     int error;         // string number of what went wrong, 0 = nothing
     const WRITER* writer;
+    int written;         // frames in the file
+    int frame_setting;   // the entry of frame_video_setting that the compressor follows
+    bool recompressing;  // the frame before went through the compressor of a copying save
+    int log;             // file, -1 = none
+    int64_t log_size;
 };
 
 /// The steps behind a good save: the WAV companion and the notice. 1, or 0 when the companion failed.

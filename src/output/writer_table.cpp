@@ -21,6 +21,7 @@ static int null_frame(SAVE_CONTEXT* context, const void*, uint32_t* out_size) {
 }
 static int null_stored(SAVE_CONTEXT*, const void*, size_t, uint32_t) { return 1; }
 static int null_audio(SAVE_CONTEXT*, const void*, size_t) { return 1; }
+static int null_restart(SAVE_CONTEXT*, const VIDEO_CODEC_SETTING*) { return AVI_OK; }
 static int64_t null_rate(const SAVE_CONTEXT*) { return 0; }
 
 static int hash_open(SAVE_CONTEXT*, const char*, uint32_t, const void*, size_t) {
@@ -42,8 +43,16 @@ static int hash_audio(SAVE_CONTEXT*, const void* bytes, size_t size) {
     return 1;
 }
 
-const WRITER writer_avi = {
-    "AVI",        avi_open, avi_close, avi_put_frame, avi_put_stored_frame, avi_put_audio, avi_put_stored_audio,
-    avi_data_rate};
-const WRITER writer_null = {"null", null_open, null_close, null_frame, null_stored, null_audio, null_audio, null_rate};
-const WRITER writer_hash = {"hash", hash_open, null_close, hash_frame, hash_stored, hash_audio, hash_audio, null_rate};
+const WRITER writer_avi = {"AVI",
+                           avi_open,
+                           avi_close,
+                           avi_put_frame,
+                           avi_put_stored_frame,
+                           avi_put_audio,
+                           avi_put_stored_audio,
+                           avi_restart_compressor,
+                           avi_data_rate};
+const WRITER writer_null = {"null",     null_open,  null_close,   null_frame, null_stored,
+                            null_audio, null_audio, null_restart, null_rate};
+const WRITER writer_hash = {"hash",     hash_open,  null_close,   hash_frame, hash_stored,
+                            hash_audio, hash_audio, null_restart, null_rate};

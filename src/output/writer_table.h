@@ -14,6 +14,7 @@ struct WRITER {
     int (*put_stored_frame)(SAVE_CONTEXT* context, const void* bytes, size_t size, uint32_t flags);
     int (*put_audio)(SAVE_CONTEXT* context, const void* bytes, size_t size);
     int (*put_stored_audio)(SAVE_CONTEXT* context, const void* bytes, size_t size);
+    int (*restart_compressor)(SAVE_CONTEXT* context, const VIDEO_CODEC_SETTING* setting);
     int64_t (*data_rate)(const SAVE_CONTEXT* context);
 };
 
