@@ -86,7 +86,9 @@ bool avi_ring_put(AVI_RING* ring, const void* data, size_t n) {
         }
         std::memcpy(ring->memory.get() + write, bytes, part);
         ring->write.store(write + part == ring->size ? 0 : write + part, std::memory_order_release);
-        job_signal(ring->job.get());
+        // A wake costs more than a small chunk. What the thread could not take yet needs none: a stale `read` here only
+        // makes the run look longer.
+        if (run_length(ring) > 0) job_signal(ring->job.get());
         bytes += part;
         n -= part;
     }

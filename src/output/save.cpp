@@ -1,36 +1,27 @@
 #include "output/save.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 
 #include "core/compression_settings.h"
 #include "core/edit_state.h"
 #include "core/frame_table.h"
-#include "core/media.h"
 #include "core/message.h"
-#include "core/settings.h"
 #include "core/ui_hooks.h"
-#include "hosts/color.h"
 #include "hosts/filter.h"
 #include "output/avi_writer.h"
+#include "output/info_block.h"
 #include "output/progress.h"
 #include "output/save_audio.h"
-#include "output/save_copy.h"
 #include "output/save_flags.h"
 #include "output/save_plan.h"
 #include "output/save_state.h"
 #include "output/save_video.h"
 #include "output/writer_table.h"
 #include "pipeline/audio_fetch.h"
-#include "pipeline/frame_cache.h"
 #include "pipeline/frame_renderer.h"
 #include "pipeline/frame_schedule.h"
 #include "platform/clock.h"
-#include "platform/file.h"
 #include "platform/power.h"
-#include "platform/text.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
 
@@ -41,22 +32,6 @@ const SAVE_REPORT& save_report() { return report; }
 void save_set_writer(const WRITER* writer) { writer_override = writer; }
 
 static void warn(const SAVE& save, int id) { message_warn_file(save.edit->save_name, id, id); }
-
-// ---- information block
-
-static size_t build_info(const EDIT_STATE* edit, uint8_t (&block)[4096]) {
-    const struct {
-        uint32_t code;
-        const char* text;
-    } rows[] = {{VANTEL_FOURCC('I', 'S', 'B', 'J'), edit->ex_title},
-                {VANTEL_FOURCC('I', 'C', 'M', 'T'), edit->ex_comment},
-                {VANTEL_FOURCC('I', 'C', 'O', 'P'), edit->ex_copyright}};
-    std::memcpy(block, "INFO", 4);
-    uint8_t* end = block + 4;
-    for (const auto& row : rows)
-        if (row.text[0]) end = avi_info_add(end, row.code, row.text);
-    return end == block + 4 ? 0 : size_t(end - block);
-}
 
 // ---- the run
 
@@ -120,9 +95,8 @@ static int end_run(SAVE* save, int frame_before) {
 
 static bool open_writer(SAVE* save) {
     EDIT_STATE* edit = save->edit;
-    uint8_t info[4096];
-    const size_t info_size = build_info(edit, info);
-    const int result = save->writer->open(&edit->save_context, edit->save_name, save->flags, info, info_size);
+    const INFO_BLOCK info = info_block_make(edit->ex_title, edit->ex_comment, edit->ex_copyright);
+    const int result = save->writer->open(&edit->save_context, edit->save_name, save->flags, info.bytes, info.size);
     if (result == AVI_OK) return true;
     warn(*save, result == AVI_NO_VIDEO_CODEC   ? STR_ERR_VIDEO_COMPRESS
                 : result == AVI_NO_AUDIO_CODEC ? STR_ERR_AUDIO_COMPRESS
