@@ -1,0 +1,173 @@
+#include <functional>
+
+#include "app/app.h"
+#include "core/edit_commands.h"
+#include "core/edit_fixture.h"
+#include "core/edit_model.h"
+#include "core/profile.h"
+#include "core/ui_hooks.h"
+#include "hosts/filter.h"
+#include "hosts/filter_settings.h"
+#include "output/save.h"
+#include "output/save_flags.h"
+#include "readers/codec.h"
+#include "readers/fourcc.h"
+#include "resources/string_ids.h"
+
+/// A whole edit by commands, without a window: each step beside a plain list, and what is saved in the end beside what
+/// the list says.
+
+static constexpr CLIP FIRST = {128, 64, 30, 1, 60, 24, 44100, 0}, SECOND = {128, 64, 30, 1, 45, 24, 44100, 0};
+static constexpr size_t FRAME_SAMPLES = 44100 / 30 * 4;  // bytes
+
+static RANGE_DIALOG range_typed;
+static int quality_typed;
+
+struct WholeEdit : EDIT_FIXTURE {
+    EDIT_MODEL model;
+    std::string picture[2], sound[2];  // of the sources: all frames, all samples
+
+    void SetUp() override {
+        EDIT_FIXTURE::SetUp();
+        system_settings.compprofile = 0;
+        ui_hooks.ask_range = [](RANGE_DIALOG* dialog) { return *dialog = range_typed, true; };
+        ui_hooks.choose_video = [](VIDEO_CODEC_SETTING* setting) {
+            codec_reset_setting(setting, fourcc("XVID"));
+            setting->quality = quality_typed;
+            setting->key_rate = 0;
+            return true;
+        };
+        const std::string path[2] = {clip("first.avi", FIRST), clip("second.avi", SECOND)};
+        for (int i = 0; i < 2; ++i) {
+            picture[i] = decoded_frames(folder, path[i]);
+            sound[i] = decoded_sound(folder, path[i]);
+            ASSERT_EQ(open_file(edit, path[i].c_str(), i ? uint32_t{OPEN_APPEND} : 0), 1);
+            model.append(i, i ? SECOND.frames : FIRST.frames);
+        }
+        ASSERT_TRUE(same_edit(model, edit));
+    }
+    void TearDown() override {
+        ui_hooks = {};
+        EDIT_FIXTURE::TearDown();
+    }
+
+    /// A command, and what it means for the list.
+    void step(int id, const std::function<void()>& meaning, int parameter = 0) {
+        ASSERT_EQ(edit_command_run(edit, id, parameter) >= EDIT_COMMAND_DONE, true) << id;
+        meaning();
+        ASSERT_TRUE(same_edit(model, edit)) << id;
+    }
+    void go(int frame) {
+        step(
+            EDIT_COMMAND_MOVE_TO, [&] { model.move(frame); }, frame);
+    }
+    void select(int first, int last) {
+        range_typed = {first + system_settings.startframe, last + system_settings.startframe};
+        step(5115, [&] { model.start = first, model.end = last; });
+    }
+    EDIT_MODEL::ENTRY& here() { return model.list[size_t(model.frame)]; }
+    void set_selected(int EDIT_MODEL::ENTRY::*member, int value) {
+        for (int i = model.start; i <= model.end; ++i) model.list[size_t(i)].*member = value;
+    }
+
+    void cut_and_join() {
+        select(10, 94);
+        step(5143, [&] { model.cut(); });  // 50 frames of the first file, 35 of the second
+        select(20, 29);
+        step(5101, [&] { model.remove(); });
+        step(5147, [&] { model.undo(); });
+        select(30, 39);
+        step(5101, [&] { model.remove(); });
+        go(60);  // the second file
+        step(1020, [&] { model.clipboard_filled = true, model.clipboard_video = here().video; });
+        go(5);
+        step(5117, [&] { model.paste(5, 1); });
+        select(12, 14);
+        step(5184, [&] { model.paste(12, 3); });
+        step(5147, [&] { model.undo(); });
+        select(70, 72);
+        step(5184, [&] { model.paste(70, 3); });
+    }
+    void set_up_frames() {
+        go(33);
+        step(5130, [&] { here().flag ^= FRAME_MARK; });
+        go(47);
+        step(5129, [&] { here().flag ^= FRAME_KEY; });
+        go(0);
+        step(5178, [&] { model.move(33); });  // the next mark
+        step(5199, [&] { here().inter = INTER_EVEN; });
+        select(50, 54);
+        step(5109, [&] { set_selected(&EDIT_MODEL::ENTRY::profile, 1); });
+        select(20, 24);
+        quality_typed = 9000;
+        step(5126, [&] { set_selected(&EDIT_MODEL::ENTRY::compress, 1); });
+        step(5112, [&] { model.select_all(); });
+    }
+    /// The profile of command 5109 gets another deinterlace method than the standard one.
+    void fill_profile() const {
+        FILTER* filter = filter_built_in(STR_FILTER_DEINTERLACE);
+        const int method = filter_selected(filter);
+        const auto choose = [&](int m) {
+            filter_select(filter, m);
+            filter_notify_update(filter, FILTER_UPDATE_CHECK | m);
+        };
+        choose(3);
+        ASSERT_TRUE(profile_put_config(edit->profile_name[1], filter_config_build()));
+        choose(method);
+    }
+    std::string save(const char* name) {
+        text_copy(edit->save_name, PATH_SIZE, text_from_utf8(folder / name));
+        edit->output_kind = OUTPUT_KIND_AVI;
+        edit->edit_flag |= EDIT_SAVE_WAV;
+        EXPECT_EQ(save_run(edit, SAVE_REQ_QUIET), 1);
+        EXPECT_TRUE(same_edit(model, edit)) << "a save leaves the edit as it is";
+        return folder / name;
+    }
+    std::string model_picture(const EDIT_MODEL::ENTRY& e) const {
+        const std::string& all = picture[frame_ref_source(e.video)];
+        const size_t size = size_t(FIRST.width) * size_t(FIRST.height) * 3;
+        return all.substr(size_t(frame_ref_number(e.video)) * size, size);
+    }
+    std::string model_sound() const {
+        std::string all;
+        for (const EDIT_MODEL::ENTRY& e : model.list)
+            all += sound[frame_ref_source(e.audio)].substr(size_t(frame_ref_number(e.audio)) * FRAME_SAMPLES,
+                                                           FRAME_SAMPLES);
+        return all;
+    }
+};
+
+TEST_F(WholeEdit, IsSavedAsTheListSays) {
+    cut_and_join();
+    set_up_frames();
+    fill_profile();
+    ASSERT_EQ(model.n(), 75);
+
+    const std::string plain = save("plain.avi");
+    EXPECT_TRUE(decoded_sound(folder, plain) == model_sound());
+    EXPECT_TRUE(decoded_sound(folder, folder / "plain.wav") == model_sound());
+    const std::string frames = decoded_frames(folder, plain);
+    const size_t size = frames.size() / size_t(model.n());
+    for (int i = 0; i < model.n(); ++i) {
+        const EDIT_MODEL::ENTRY& e = model.list[size_t(i)];
+        const bool as_stored = e.inter == INTER_STANDARD && e.profile == 0;
+        EXPECT_EQ(frames.substr(size_t(i) * size, size) == model_picture(e), as_stored) << "frame " << i;
+    }
+
+    // A compressor without key frames of its own: where a setting begins and where a key frame is asked for, it starts
+    // anew.
+    codec_reset_setting(&edit->video_setting, fourcc("XVID"));
+    edit->video_setting.key_rate = 0;
+    edit->video_setting.quality = 5000;
+    const std::string packed = save("packed.avi");
+    EXPECT_TRUE(decoded_sound(folder, packed) == model_sound());
+    MEDIA_RECORD record;
+    ASSERT_EQ(media_open(&record, text_from_utf8(packed).c_str(), 0), 1);
+    ASSERT_EQ(record.media_frames, model.n());
+    for (int i = 0; i < model.n(); ++i) {
+        const EDIT_MODEL::ENTRY& e = model.list[size_t(i)];
+        const bool anew = i == 0 || e.compress != model.list[size_t(i) - 1].compress || (e.flag & FRAME_KEY);
+        EXPECT_EQ(media_is_key(&record, i), anew) << "frame " << i;
+    }
+    media_close(&record);
+}
