@@ -38,7 +38,7 @@ static std::string one_line(const std::string& text) {
     return line;
 }
 
-static bool boxes_shown() { return boxes_off_n == 0 && ui_hooks.warn; }
+bool message_boxes_shown() { return boxes_off_n == 0 && silence_n == 0 && ui_hooks.warn; }
 
 void message_warn(int id, ...) {
     va_list arguments;
@@ -46,14 +46,14 @@ void message_warn(int id, ...) {
     const std::string text = format_text(id, arguments);
     va_end(arguments);
     if (silence_n > 0) return;
-    if (boxes_shown())
+    if (message_boxes_shown())
         ui_hooks.warn(text.c_str());
     else
         std::fprintf(stderr, "vantel: %s\n", one_line(text).c_str());
 }
 
 void message_warn_file(const char* path, int id, int reason, ...) {
-    const bool boxed = boxes_shown();
+    const bool boxed = message_boxes_shown();
     va_list arguments;
     va_start(arguments, reason);
     const std::string text = format_text(!boxed && reason ? reason : id, arguments);

@@ -10,6 +10,9 @@ void message_boxes_on();
 /// Also keep warnings off standard error, for steps that may fail in silence; nests.
 void message_silence(bool on);
 
+/// Whether the user sees boxes now and can be asked.
+bool message_boxes_shown();
+
 /// A warning about the program.
 void message_warn(int id, ...);
 /// A warning about a file: the box shows text `id`; standard error names the file and, when reason is not 0, shows that

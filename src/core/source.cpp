@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/edit_commands_clip.h"
+#include "core/edit_commands_undo.h"
 #include "core/edit_settings.h"
 #include "core/edit_state.h"
 #include "core/fps_list.h"
@@ -17,6 +19,7 @@
 #include "core/ui_hooks.h"
 #include "hosts/filter.h"
 #include "hosts/filter_cache.h"
+#include "persist/project_load.h"
 #include "pipeline/frame_cache.h"
 #include "platform/handle.h"
 #include "platform/path.h"
@@ -86,7 +89,7 @@ static int free_slot(const EDIT_STATE* edit, bool append) {
     return -1;
 }
 
-static int open_reason() {
+int source_open_reason() {
     switch (input_open_error()) {
         case INPUT_FAIL_MISSING: return STR_CLI_REASON_MISSING;
         case INPUT_FAIL_FOLDER: return STR_CLI_REASON_FOLDER;
@@ -97,18 +100,20 @@ static int open_reason() {
     }
 }
 
+SOURCE_SIZE source_size_check(int width, int height) {
+    if (width > system_settings.width || height > system_settings.height) return SOURCE_SIZE_LARGE;
+    return width < SMALLEST_PICTURE || height < SMALLEST_PICTURE ? SOURCE_SIZE_SMALL : SOURCE_SIZE_GOOD;
+}
+
 static bool size_allowed(const char* path, int width, int height) {
-    if (width > system_settings.width || height > system_settings.height) {
+    const SOURCE_SIZE size = source_size_check(width, height);
+    if (size == SOURCE_SIZE_LARGE)
         message_warn_file(path, STR_ERR_PICTURE_TOO_LARGE, STR_ERR_PICTURE_TOO_LARGE, system_settings.width,
                           system_settings.height);
-        return false;
-    }
-    if (width < SMALLEST_PICTURE || height < SMALLEST_PICTURE) {
+    if (size == SOURCE_SIZE_SMALL)
         message_warn_file(path, STR_ERR_PICTURE_TOO_SMALL, STR_ERR_PICTURE_TOO_SMALL, SMALLEST_PICTURE,
                           SMALLEST_PICTURE);
-        return false;
-    }
-    return true;
+    return size == SOURCE_SIZE_GOOD;
 }
 
 static bool record_allowed(const MEDIA_RECORD* record, const OPEN_REQUEST& request) {
@@ -123,7 +128,7 @@ static bool record_allowed(const MEDIA_RECORD* record, const OPEN_REQUEST& reque
 static bool open_slot(EDIT_STATE* edit, int slot, const OPEN_REQUEST& request) {
     MEDIA_RECORD* record = &edit->source[slot].media;
     if (media_open(record, request.path, request.load_flags) != 1) {
-        message_warn_file(request.path, STR_ERR_OPEN_FAILED, open_reason());
+        message_warn_file(request.path, STR_ERR_OPEN_FAILED, source_open_reason());
         return false;
     }
     if (!record_allowed(record, request)) {
@@ -287,23 +292,36 @@ static void write_video_frames(EDIT_STATE* edit, int slot, uint32_t flags) {
     edit->select_end = std::min(edit->select_end, edit->frame_n - 1);
 }
 
-static void after_load(EDIT_STATE* edit, const OPEN_REQUEST& request) {
+void source_edit_opened(EDIT_STATE* edit, bool fresh) {
     frame_cache_reset();
     filter_cache_clear_all();
     edit->frame = frame_clamp(edit, edit->frame);
-    if (!(request.flags & OPEN_APPEND)) edit->edit_flag |= EDIT_RELAYOUT;
+    undo_clear();
+    if (fresh) {
+        edit->edit_flag |= EDIT_RELAYOUT;
+        frame_clipboard_clear();
+    }
     if (ui_hooks.edit_changed) ui_hooks.edit_changed();
-    if (!(request.flags & (OPEN_INNER | OPEN_INNER_RELINK | OPEN_SOUND | OPEN_APPEND))) history_add(request.path);
+}
+
+static void after_load(EDIT_STATE* edit, const OPEN_REQUEST& request) {
+    edit->select_anchor = 0;
+    source_edit_opened(edit, !(request.flags & OPEN_APPEND));
+    if (!(request.flags & (OPEN_INNER | OPEN_INNER_BATCH | OPEN_SOUND | OPEN_APPEND))) history_add(request.path);
+}
+
+// A new edit whose name the dialog gave may be a project.
+static bool is_project(const OPEN_REQUEST& request, bool asked) {
+    return asked && system_settings.openprojectaup && !(request.flags & OPEN_APPEND) &&
+           text_compare_nocase(path_extension(request.path), ".vtp") == 0;
 }
 
 int open_file(EDIT_STATE* edit, const char* path, uint32_t flags) {
-    if (flags & OPEN_PROJECT) {  // projects cannot be read yet; the edit stays
-        if (path) message_warn_file(path, STR_ERR_UNSUPPORTED_FILE, STR_ERR_UNSUPPORTED_FILE);
-        return 0;
-    }
+    if (flags & OPEN_PROJECT) return project_load(edit, path, flags);
     if ((edit->edit_flag & EDIT_OPEN) && (edit->edit_flag & EDIT_SAVING)) return 0;
     OPEN_REQUEST request;
     if (!make_request(edit, &request, path, flags)) return 0;
+    if (is_project(request, !path || (flags & OPEN_ASK))) return project_load(edit, request.path, flags & ~OPEN_ASK);
     const bool append = request.flags & OPEN_APPEND;
     if (append) {
         if (!(edit->edit_flag & EDIT_OPEN)) return 0;
@@ -338,6 +356,7 @@ void close_unused_sources(EDIT_STATE* edit) {
         media_close(&slot.media);
         std::memset(slot.path, 0, sizeof slot.path);
     }
+    undo_clear();  // its frames may name a source that is gone
 }
 
 static void free_clips(EDIT_STATE* edit) {
