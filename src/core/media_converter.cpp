@@ -1,12 +1,16 @@
 #include "core/media_converter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "core/audio_conv.h"
 #include "core/edit_state.h"
 #include "core/media.h"
 #include "core/media_sound_reader.h"
+#include "platform/audio_codec.h"
+
+static constexpr double BYTE_RATE_TOLERANCE = 0.01;  // of what the blocks of a format say themselves
 
 static std::span<const uint8_t> stored_block(const MEDIA_RECORD* record) {
     return {record->audio_format, size_t(std::clamp(record->audio_format_size, 0, FORMAT_SIZE_MAX))};
@@ -17,7 +21,12 @@ WAVEFORMATEX media_stored_format(const MEDIA_RECORD* record) { return audio_form
 uint32_t media_stored_byte_rate(const MEDIA_RECORD* record) {
     const WAVEFORMATEX format = media_stored_format(record);
     const uint64_t pcm = uint64_t{format.nSamplesPerSec} * format.nBlockAlign;
-    return audio_format_is_pcm(stored_block(record)) && pcm <= UINT32_MAX ? uint32_t(pcm) : format.nAvgBytesPerSec;
+    if (audio_format_is_pcm(stored_block(record)) && pcm <= UINT32_MAX) return uint32_t(pcm);
+    AUDIO_CODEC_LAYOUT layout;
+    if (!audio_codec_layout(&layout, stored_block(record)) || layout.scale == 0) return format.nAvgBytesPerSec;
+    const double own = double(layout.rate) * layout.unit / layout.scale, told = format.nAvgBytesPerSec;
+    const bool lies = own >= 1 && own <= UINT32_MAX && std::abs(told - own) > own * BYTE_RATE_TOLERANCE;
+    return lies ? uint32_t(own) : format.nAvgBytesPerSec;
 }
 
 void media_converter_close(MEDIA_RECORD* record) {

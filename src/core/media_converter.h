@@ -10,7 +10,8 @@ struct MEDIA_RECORD;
 
 /// The first 18 bytes of the stored format.
 WAVEFORMATEX media_stored_format(const MEDIA_RECORD* record);
-/// Bytes a second of the stored sound: PCM's own whatever the file says, else nAvgBytesPerSec.
+/// Bytes a second of the stored sound: PCM's own whatever the file says; else nAvgBytesPerSec, unless the samples in a
+/// block of the format (ADPCM) show that it is wrong.
 uint32_t media_stored_byte_rate(const MEDIA_RECORD* record);
 /// Gives a source whose sound is not plain 16-bit PCM of one or two channels a converter to that, at its own rate (and
 /// its channels, more than two mixed down to two). Without one it has no sound.

@@ -48,7 +48,7 @@ static void scan(FILTER* filter, int first, int last, EDIT_STATE* edit) {
 }
 
 int audio_normalise_save_start(FILTER* filter, int32_t first, int32_t last, EDIT_STATE* edit) {
-    if (!(edit->edit_flag & EDIT_OPEN)) return 1;
+    if (!edit || !(edit->edit_flag & EDIT_OPEN)) return 1;
     // Whether the filter is on is for the profile of the selection's beginning to say.
     audio_use_profile(edit, first);
     if (!(filter->flags & FILTER_F_ACTIVE)) return 1;

@@ -54,7 +54,7 @@ static int gather_frame(GATHER* g, int frame, AUDIO_MODE mode) {
             room = g->capacity - g->fill;
         }
         const int bytes = audio_fetch_part(edit, frame, skip, g->buffer + g->fill, room, nullptr, mode);
-        if (bytes <= 0) return AVI_OK;
+        if (bytes < block) return AVI_OK;  // the end, or a block size that is a lie
         g->fill += size_t(bytes);
         skip += bytes / block;
     }

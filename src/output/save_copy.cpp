@@ -8,6 +8,7 @@ static uint32_t stored_code(const MEDIA_RECORD& media) { return media_code_norma
 
 static bool is_key(EDIT_STATE* edit, int frame) {
     const uint32_t ref = frame_table.frame_video[frame];
+    if (frame_ref_source(ref) >= SOURCE_MAX) return false;
     return media_is_key(&edit->source[frame_ref_source(ref)].media, frame_ref_number(ref));
 }
 

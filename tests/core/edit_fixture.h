@@ -33,7 +33,7 @@ struct EDIT_FIXTURE : testing::Test {
     }
     /// A clip in the folder; returns its path in code page 932.
     std::string clip(const char* name, const CLIP& what) {
-        const std::string path = text_from_utf8(folder / name);
+        std::string path = text_from_utf8(folder / name);
         EXPECT_TRUE(clip_write(what, path));
         return path;
     }

@@ -15,7 +15,7 @@ static BITMAPINFOHEADER picture_format(int width, int height, bool yuy2, int bit
     format.biPlanes = 1;
     format.biBitCount = uint16_t(yuy2 ? 16 : bits);
     format.biCompression = yuy2 ? YUY2 : 0;
-    format.biSizeImage = uint32_t((format.biBitCount * width + 31) / 32 * 4 * height);
+    format.biSizeImage = uint32_t((int64_t{format.biBitCount} * width + 31) / 32 * 4 * height);
     return format;
 }
 
