@@ -28,6 +28,7 @@ struct BUILT_IN {
     int (*read_audio)(INPUT_PLUGIN_HANDLE, int32_t, int32_t, void*) = nullptr;
     int (*is_keyframe)(INPUT_PLUGIN_HANDLE, int32_t) = nullptr;
     int32_t (*audio_position)(INPUT_PLUGIN_HANDLE, int32_t) = nullptr;
+    int (*config)(void*, void*) = nullptr;
 };
 
 // A row without functions is a reader that this build lacks; input_open passes it over. The order is the index that
@@ -53,7 +54,8 @@ static const BUILT_IN BUILT_IN_TABLE[] = {
      .info = wave_reader_info,
      .read_video = wave_reader_read_video,
      .read_video_bounded = wave_reader_read_video_bounded,
-     .read_audio = wave_reader_read_audio},
+     .read_audio = wave_reader_read_audio,
+     .config = wave_reader_config},
     {.flags = INPUT_F_VIDEO,
      .name = "BMP File Reader",
      .filefilter = "BmpFile (*.bmp)\0*.bmp\0",
@@ -143,6 +145,7 @@ static INPUT_PLUGIN_TABLE table_of(const BUILT_IN& row) {
     table.func_read_audio = row.read_audio;
     table.func_is_keyframe = row.is_keyframe;
     table.func_get_audio_position = row.audio_position;
+    table.func_config = row.config;
     return table;
 }
 

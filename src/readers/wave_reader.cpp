@@ -4,6 +4,7 @@
 #include <new>
 
 #include "core/settings.h"
+#include "core/ui_hooks.h"
 #include "platform/file.h"
 #include "platform/ini.h"
 #include "readers/fourcc.h"
@@ -38,10 +39,20 @@ void wave_reader_set_size(int width, int height) {
     picture_height = std::clamp(height, 1, PICTURE_SIZE_MAX);
 }
 
+static constexpr char SECTION[] = "Wave File Reader";
+
 int wave_reader_init() {
-    static constexpr char SECTION[] = "Wave File Reader";
     const int width = ini_read_int(settings_file(), SECTION, "w", 640);
     wave_reader_set_size(width, ini_read_int(settings_file(), SECTION, "h", 480));
+    return 1;
+}
+
+int wave_reader_config(void*, void*) {
+    SIZE_DIALOG dialog{picture_width, picture_height};
+    if (!ui_hooks.ask_size || !ui_hooks.ask_size(&dialog)) return 0;
+    wave_reader_set_size(dialog.width, dialog.height);
+    ini_write_int(settings_file(), SECTION, "w", picture_width);
+    ini_write_int(settings_file(), SECTION, "h", picture_height);
     return 1;
 }
 

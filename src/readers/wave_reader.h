@@ -15,6 +15,10 @@ int wave_reader_init();
 void wave_reader_size(int* width, int* height);
 void wave_reader_set_size(int width, int height);
 
+/// The dialog "WAV_OPTION": asks for the size (ui_hooks.ask_size) and keeps it in the settings file. 1 when the user
+/// agreed. Both arguments are not looked at.
+int wave_reader_config(void* window, void* module);
+
 /// Null when the file cannot be opened, has no "fmt " of at most 8192 bytes or no "data", or a format without a block
 /// size, channels or rate. Sound that the file claims but does not hold is left out of the length. path: code page 932.
 INPUT_PLUGIN_HANDLE wave_reader_open(const char* path);

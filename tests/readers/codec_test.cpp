@@ -5,6 +5,7 @@
 #include "platform/ini.h"
 #include "platform/video_codec.h"
 #include "readers/codec.h"
+#include "readers/codec_dialog.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
 
@@ -135,6 +136,40 @@ TEST_F(Codec, ResetTakesTheEntryAndItsState) {
     }
     codec_reset_setting(&setting, YUY2);
     EXPECT_EQ(setting.handler, YUY2);
+}
+
+TEST_F(Codec, TheDialogEditsEntriesAndAcceptsOne) {
+    codec_reset_setting(&setting, XVID);
+    setting.quality = 4200;
+    CODEC_DIALOG dialog = codec_dialog_begin(&setting);
+    EXPECT_EQ(dialog.choices[size_t(dialog.selected)], codec_find(XVID));
+    EXPECT_EQ(codec_dialog_fields(&dialog).quality, 42);
+    codec_dialog_store(&dialog, {200, -5, 77, false, false});
+    EXPECT_EQ(codec_dialog_fields(&dialog).quality, 100);
+    EXPECT_TRUE(codec_dialog_set_state(&dialog, "vantel codec 1 XVID\nmbd=rd\n"));
+    codec_dialog_select(&dialog, int(dialog.choices.size()) - 1);
+    EXPECT_STREQ(codec_dialog_name(&dialog, dialog.selected), language_string(STR_CODEC_UNCOMPRESSED));
+    EXPECT_EQ(codec_dialog_fields(&dialog).data_rate, -1);
+    EXPECT_EQ(codec_dialog_state(&dialog), "");
+    codec_dialog_cancel(&dialog);
+    EXPECT_EQ(setting.quality, 4200) << "cancel leaves the setting";
+
+    dialog = codec_dialog_begin(&setting);
+    codec_dialog_store(&dialog, {50, 12, 0, false, false});
+    EXPECT_TRUE(codec_dialog_set_state(&dialog, "vantel codec 1 XVID\nmbd=rd\n"));
+    codec_dialog_accept(&dialog, &setting);
+    EXPECT_EQ(setting.quality, 5000);
+    EXPECT_EQ(setting.key_rate, 12);
+    EXPECT_NE(
+        std::string(reinterpret_cast<char*>(setting.codec_state), size_t(setting.codec_state_size)).find("mbd=rd"),
+        std::string::npos);
+    codec_dialog_reset(&dialog);
+    EXPECT_EQ(codec_dialog_state(&dialog).find("mbd=rd"), std::string::npos);
+
+    setting.handler = VANTEL_FOURCC('n', 'o', 'n', 'e');
+    EXPECT_EQ(codec_dialog_begin(&setting).choices.back(), codec_count() - 1);
+    for (const CODEC_OPTION_ROW& row : codec_option_rows())
+        EXPECT_EQ(row.encode_enabled, (codec_entry(row.entry)->flags & CODEC_CAN_YUY2) != 0);
 }
 
 /// Every codec's frames by number are those of a run from the start, whatever was read before.

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "core/ui_hooks.h"
 #include "readers/riff.h"
 #include "support/avi_builder.h"
 
@@ -138,4 +139,23 @@ TEST(WaveReader, UnusableFormatsAreRefused) {
     BYTES other = wave_build(good, BYTES(400));
     std::memcpy(&other[8], "AVI ", 4);
     EXPECT_FALSE(wave_open(other));
+}
+
+TEST(WaveReader, ConfigAsksForThePictureSizeAndKeepsIt) {
+    int width, height;
+    wave_reader_size(&width, &height);
+    ui_hooks.ask_size = [](SIZE_DIALOG* dialog) { return *dialog = {320, 99999}, true; };
+    EXPECT_EQ(wave_reader_config(nullptr, nullptr), 1);
+    wave_reader_set_size(1, 1);
+    wave_reader_init();
+    int kept[2];
+    wave_reader_size(&kept[0], &kept[1]);
+    EXPECT_EQ(kept[0], 320);
+    EXPECT_EQ(kept[1], 16384);
+    ui_hooks.ask_size = [](SIZE_DIALOG*) { return false; };
+    EXPECT_EQ(wave_reader_config(nullptr, nullptr), 0);
+    ui_hooks.ask_size = [](SIZE_DIALOG* dialog) { return *dialog = {640, 480}, true; };
+    wave_reader_config(nullptr, nullptr);
+    ui_hooks.ask_size = nullptr;
+    wave_reader_set_size(width, height);
 }
