@@ -8,6 +8,7 @@
 #include "pixels/frame_buffer.h"
 #include "platform/parallel.h"
 #include "platform/simd.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
 
 /// A filter record with values, and a picture in each of the two buffers that it gets.
@@ -152,11 +153,6 @@ struct MODEL {
 };
 
 // ---- whole pictures -------------------------------------------------------------------------------------------------
-
-static int fake_threads = 1;
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
-}
 
 struct BUFFER {
     uint8_t* image = frame_buffer_new();

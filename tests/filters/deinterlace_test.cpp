@@ -14,6 +14,7 @@
 #include "platform/parallel.h"
 #include "platform/simd.h"
 #include "resources/string_ids.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
 
 // ---- a model on plain numbers, one sample at a time ---------------------------------------------------------------
@@ -110,15 +111,6 @@ static int sample_model(METHOD method, const MODEL& cur, const MODEL& prev, int 
 
 // ---- frames -------------------------------------------------------------------------------------------------------
 
-struct FRAME {
-    uint8_t* image = frame_buffer_new();
-    FRAME() = default;
-    FRAME(const FRAME&) = delete;
-    FRAME& operator=(const FRAME&) = delete;
-    ~FRAME() { frame_buffer_free(image); }
-    std::span<uint8_t> block() { return {image - frame_geometry.origin, frame_geometry.block_size}; }
-};
-
 static std::span<int16_t> words(std::span<uint8_t> bytes) {
     return {reinterpret_cast<int16_t*>(bytes.data()), bytes.size() / 2};
 }
@@ -146,12 +138,6 @@ static MODEL read(const uint8_t* image, int w, int h) {
             model.rows.emplace_back(row_words, row_words + row_samples(w));
     }
     return model;
-}
-
-static int fake_threads = 1;
-// Last band first, so that a band that waits for another one's bytes is found out.
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
 }
 
 /// Compares a whole block, what should not be written included.

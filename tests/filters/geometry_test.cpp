@@ -13,22 +13,8 @@
 #include "platform/parallel.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
-
-static int fake_threads = 1;
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
-}
-
-struct FRAME {
-    uint8_t* image = frame_buffer_new();
-    FRAME() = default;
-    FRAME(const FRAME&) = delete;
-    FRAME& operator=(const FRAME&) = delete;
-    ~FRAME() { frame_buffer_free(image); }
-    std::span<uint8_t> block() const { return {image - frame_geometry.origin, frame_geometry.block_size}; }
-    std::vector<uint8_t> copy() const { return {block().begin(), block().end()}; }
-};
 
 /// Place of a pixel in a block.
 static size_t place(int x, int y) {

@@ -13,6 +13,7 @@
 #include "platform/parallel.h"
 #include "platform/simd.h"
 #include "resources/string_ids.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
 
 // ---- pictures as a cache keeps them ---------------------------------------------------------------------------------
@@ -91,20 +92,6 @@ static int model(const STORE& store, int radius, int strength, int threshold, in
     const int result = c + (sum * (strength * 256 / (2 * radius + 1)) >> 16);
     return bytes ? std::min(positive(result), 255) : word(result);
 }
-
-static int fake_threads = 1;
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
-}
-
-struct FRAME {
-    uint8_t* image = frame_buffer_new();
-    FRAME() = default;
-    FRAME(const FRAME&) = delete;
-    FRAME& operator=(const FRAME&) = delete;
-    ~FRAME() { frame_buffer_free(image); }
-    std::span<uint8_t> block() const { return {image - frame_geometry.origin, frame_geometry.block_size}; }
-};
 
 static void put(uint8_t* row, int i, int value) {
     const auto sample = int16_t(value);

@@ -9,6 +9,7 @@
 #include "pixels/frame_buffer.h"
 #include "platform/parallel.h"
 #include "platform/simd.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
 
 // ---- a model on plain numbers -------------------------------------------------------------------------------------
@@ -180,9 +181,9 @@ static PICTURE model_resize(PICTURE picture, int in_w, int out_w, int out_h, SAM
 
 static constexpr size_t CANARY = 4096;
 
-struct FRAME {
+struct CANARY_FRAME {
     std::vector<uint8_t> memory;
-    FRAME() : memory(frame_geometry.block_size + 2 * CANARY, 0xC5) {}
+    CANARY_FRAME() : memory(frame_geometry.block_size + 2 * CANARY, 0xC5) {}
     uint8_t* image() { return memory.data() + CANARY + frame_geometry.origin; }
     void fill(RNG& rng) {
         uint8_t* block = memory.data() + CANARY;
@@ -214,12 +215,6 @@ static PICTURE picture_read(const uint8_t* image, int x, int y, int w, int h) {
     return picture;
 }
 
-static int fake_threads = 1;
-// Last band first, so that a band that waits for another one's bytes is found out.
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
-}
-
 struct ResampleTest : testing::TestWithParam<int> {
     void SetUp() override {
         frame_geometry = frame_geometry_make(320, 240, GetParam());
@@ -233,7 +228,7 @@ struct CASE {
     int out_w, out_h, x, y, in_w, in_h;
 };
 
-static void check_case(const CASE& c, FRAME& src, FRAME& alt, RNG& rng) {
+static void check_case(const CASE& c, CANARY_FRAME& src, CANARY_FRAME& alt, RNG& rng) {
     src.fill(rng);
     alt.fill(rng);
     const SAMPLE sample = frame_geometry.pixel_size == 2 ? BYTE_SAMPLE : WORD_SAMPLE;
@@ -250,8 +245,8 @@ static void check_case(const CASE& c, FRAME& src, FRAME& alt, RNG& rng) {
 static int random_size(RNG& rng) { return rng.below(3) ? rng.between(1, 200) : rng.between(1, 9); }
 
 TEST_P(ResampleTest, AgreesWithTheModel) {
-    FRAME src;
-    FRAME alt;
+    CANARY_FRAME src;
+    CANARY_FRAME alt;
     const auto round = [&](RNG& rng, int count) {
         for (int i = 0; i < count; ++i) {
             CASE c = {random_size(rng), random_size(rng), 0, 0, random_size(rng), random_size(rng)};
@@ -274,8 +269,8 @@ TEST_P(ResampleTest, AgreesWithTheModel) {
 
 TEST_P(ResampleTest, WholeMaximumPicture) {                       // the margin is all there is around it
     frame_geometry = frame_geometry_make(2304, 240, GetParam());  // more positions than one set of taps has
-    FRAME src;
-    FRAME alt;
+    CANARY_FRAME src;
+    CANARY_FRAME alt;
     RNG rng(kernel_seed());
     const CASE cases[] = {{2303, 240, 0, 0, 2304, 239}, {2304, 240, 0, 0, 1152, 120}, {2304, 240, 0, 0, 1300, 200},
                           {1300, 130, 0, 0, 2304, 240}, {576, 60, 0, 0, 2304, 240},   {2304, 240, 0, 0, 1, 1},
@@ -288,8 +283,8 @@ TEST_P(ResampleTest, WholeMaximumPicture) {                       // the margin 
 
 TEST_P(ResampleTest, TakesAsManyPassesAsTheSizesAskFor) {
     frame_geometry = frame_geometry_make(720, 240, GetParam());
-    FRAME src;
-    FRAME alt;
+    CANARY_FRAME src;
+    CANARY_FRAME alt;
     const auto turns = [&](int in_w, int out_w, int x) {
         const uint8_t* result = frame_resize(src.image(), out_w, 2, x, 0, in_w, 2, alt.image());
         return result == src.image() ? 0 : 1;
@@ -306,8 +301,8 @@ TEST_P(ResampleTest, TakesAsManyPassesAsTheSizesAskFor) {
 }
 
 TEST_P(ResampleTest, UnchangedWhenThereIsNothingToDo) {
-    FRAME src;
-    FRAME alt;
+    CANARY_FRAME src;
+    CANARY_FRAME alt;
     RNG rng(kernel_seed());
     src.fill(rng);
     const std::vector<uint8_t> before = src.memory;
@@ -317,8 +312,8 @@ TEST_P(ResampleTest, UnchangedWhenThereIsNothingToDo) {
 
 TEST(Resample, FlatPictureLosesAtMostTheRounding) {
     frame_geometry = frame_geometry_make(320, 240, 6);
-    FRAME src;
-    FRAME alt;
+    CANARY_FRAME src;
+    CANARY_FRAME alt;
     const auto lowest = [&](int value, int in_w, int out_w) {
         std::fill_n(reinterpret_cast<int16_t*>(src.image()), in_w * 3, int16_t(value));
         const LINE row = row_read(frame_resize(src.image(), out_w, 1, 0, 0, in_w, 1, alt.image()), out_w);

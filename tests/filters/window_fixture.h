@@ -6,6 +6,7 @@
 #include "pixels/frame_buffer.h"
 #include "platform/parallel.h"
 #include "platform/simd.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
 #include "vantel_filter.h"
 
@@ -119,16 +120,10 @@ struct WINDOW_RUN {
     }
 };
 
-inline int window_threads = 1;
-/// Last band first, so that a band that waits for another one's bytes is found out.
-inline void window_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = window_threads - 1; i >= 0; --i) func(i, window_threads, data);
-}
-
 struct WindowTest : testing::TestWithParam<int> {
     void SetUp() override {
         frame_geometry = frame_geometry_make(320, 240, GetParam());
-        parallel_set_dispatch(window_dispatch);
+        parallel_set_dispatch(fake_dispatch);
     }
     void TearDown() override { parallel_set_dispatch(nullptr); }
 };
@@ -143,7 +138,7 @@ void window_check(WINDOW_RUN::PROC proc, int count, const TRACKS& tracks, const 
             WINDOW_RUN run(k % 2 ? w : rng.between(1, 140), h);  // rows of all lengths, below and above a few vectors
             run.tracks = tracks(rng);
             run.fill(rng);
-            window_threads = std::array{1, 2, 7}[rng.below(3)];
+            fake_threads = std::array{1, 2, 7}[rng.below(3)];
             SCOPED_TRACE("tracks " + testing::PrintToString(run.tracks));
             run.check(proc, [&](const PICTURE& p, int row, int i) { return model(p, row, i, run.tracks); });
             if (testing::Test::HasFatalFailure()) return;
@@ -168,9 +163,9 @@ void window_check_large(WINDOW_RUN::PROC proc, int w, int h, const std::vector<i
     best.fill(rng);
     std::copy_n(best.block(best.image).data(), frame_geometry.block_size, plain.block(plain.image).data());
     const PICTURE before = best.picture();
-    window_threads = 7;
+    fake_threads = 7;
     ASSERT_TRUE(best.run(proc));
-    window_threads = 1;
+    fake_threads = 1;
     simd_enabled = false;
     ASSERT_TRUE(plain.run(proc));
     simd_enabled = true;

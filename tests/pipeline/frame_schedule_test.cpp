@@ -13,12 +13,8 @@
 #include "platform/parallel.h"
 #include "platform/simd.h"
 #include "resources/string_ids.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
-
-static int fake_threads = 1;
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
-}
 
 // ---- a model of the counts, one sample at a time
 

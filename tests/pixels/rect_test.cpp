@@ -5,12 +5,8 @@
 #include <vector>
 
 #include "pixels/frame_buffer.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
-
-static int fake_threads = 1;
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
-}
 
 /// Both pixel sizes, with several workers. Buffers are whole blocks, so that stray writes show in a comparison.
 struct RectTest : testing::TestWithParam<int> {
