@@ -2,21 +2,10 @@
 # Joining three clips, and mixing, beside ffmpeg copying streams and cp copying bytes, in one run; best of ROUNDS each.
 # usage: bench/chain.sh [FOLDER]   FOLDER: where the files go, default /dev/shm, so that no disk is measured
 set -eu
-here=$(cd "$(dirname "$0")/.." && pwd)
-folder=$(mktemp -d "${1:-/dev/shm}/vantel-bench-XXXXXX")
-trap 'rm -rf "$folder"' EXIT
-export VANTEL_HOME=$folder/home
-mkdir "$VANTEL_HOME"
+. "$(dirname "$0")/common.sh" "${1:-/dev/shm}"
 rounds=${ROUNDS:-5}
 chain=$here/build/bench/chain_bench
-
-best() {  # wall and processor seconds of the fastest round; each writes a new file
-    for _ in $(seq "$rounds"); do
-        rm -f "$folder/out.avi"
-        /usr/bin/time -f '%e %U %S' -o "$folder/time" "$@" >/dev/null 2>&1
-        cat "$folder/time"
-    done | sort -n | head -n 1
-}
+fresh=$folder/out.avi
 
 report() {  # name, bytes, best's three numbers
     awk -v name="$1" -v n="$2" '{printf "%-34s %6.2f s  %7.0f MB/s  cpu %.2f s\n", name, $1, n / 1e6 / ($1 > 0 ? $1 : 0.01), $2 + $3}' <<<"$3"
@@ -32,22 +21,22 @@ compare() {  # label, files
     local bytes
     bytes=$(size)
     cp "$folder/out.avi" "$folder/whole.avi"
-    report "$label, joined by vantel" "$bytes" "$(best "$chain" "$folder/out.avi" "$@")"
+    report "$label, joined by vantel" "$bytes" "$(best '%e %U %S' "$chain" "$folder/out.avi" "$@")"
     report "$label, joined by ffmpeg" "$bytes" \
-        "$(best ffmpeg -nostdin -y -f concat -safe 0 -i "$list" -c copy "$folder/out.avi")"
-    report "$label, cp" "$bytes" "$(best cp --reflink=never "$folder/whole.avi" "$folder/out.avi")"
+        "$(best '%e %U %S' ffmpeg -nostdin -y -f concat -safe 0 -i "$list" -c copy "$folder/out.avi")"
+    report "$label, cp" "$bytes" "$(best '%e %U %S' cp --reflink=never "$folder/whole.avi" "$folder/out.avi")"
     rm "$folder/whole.avi"
 }
 
 big=$folder/big.avi small=$folder/small.avi
 "$here/build/bench/make_clip" "$big" 1280 720 120 24 48000
 compare "RGB24 720p" "$big" "$big" "$big"
-mixed=$(best "$chain" -m "$folder/out.avi" "$big" "$big")
+mixed=$(best '%e %U %S' "$chain" -m "$folder/out.avi" "$big" "$big")
 report "RGB24 720p, mixed by vantel" "$(size)" "$mixed"
 report "RGB24 720p, mixed by ffmpeg" "$(size)" \
-    "$(best ffmpeg -nostdin -y -i "$big" -i "$big" -map 0:v -map 1:a -c copy "$folder/out.avi")"
+    "$(best '%e %U %S' ffmpeg -nostdin -y -i "$big" -i "$big" -map 0:v -map 1:a -c copy "$folder/out.avi")"
 cp "$folder/out.avi" "$folder/whole.avi"
-report "RGB24 720p, cp" "$(size)" "$(best cp --reflink=never "$folder/whole.avi" "$folder/out.avi")"
+report "RGB24 720p, cp" "$(size)" "$(best '%e %U %S' cp --reflink=never "$folder/whole.avi" "$folder/out.avi")"
 rm "$folder/whole.avi"
 rm "$big"
 

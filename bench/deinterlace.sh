@@ -3,11 +3,7 @@
 # and how fast whole runs are. The clip is 59.94 progressive frames a second, interlaced to 29.97 top field first; the
 # original of an output frame is the picture of its first field (second field for "even").
 set -eu
-here=$(cd "$(dirname "$0")/.." && pwd)
-folder=$(mktemp -d "${1:-/dev/shm}/vantel-bench-XXXXXX")
-trap 'rm -rf "$folder"' EXIT
-export VANTEL_HOME=$folder/home
-mkdir "$VANTEL_HOME"
+. "$(dirname "$0")/common.sh" "${1:-/dev/shm}"
 ff() { ffmpeg -nostdin -loglevel error -y "$@"; }
 
 ff -f lavfi -i "mandelbrot=rate=60000/1001:size=720x480:end_scale=0.02" -f lavfi -i "testsrc2=rate=60000/1001:size=720x480" \

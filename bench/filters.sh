@@ -4,11 +4,7 @@
 # yuv422p (8 bits, less than half of our data) and on yuv444p16 (our precision).
 # usage: bench/filters.sh [FOLDER]   ROUNDS, FRAMES, SIZES and THREADS can be set in the environment
 set -eu
-here=$(cd "$(dirname "$0")/.." && pwd)
-folder=$(mktemp -d "${1:-/dev/shm}/vantel-bench-XXXXXX")
-trap 'rm -rf "$folder"' EXIT
-export VANTEL_HOME=$folder/home
-mkdir "$VANTEL_HOME"
+. "$(dirname "$0")/common.sh" "${1:-/dev/shm}"
 rounds=${ROUNDS:-3}
 frames=${FRAMES:-60}
 
@@ -36,14 +32,8 @@ cases=(
     "border|border=-16,-16,-16,-16|pad=iw+32:ih+32:16:16"
     "border repeated|border=16,16,16,16/0,1|fillborders=16:16:16:16:smear"
 )
-
-best() {  # seconds of the fastest round
-    for _ in $(seq "$rounds"); do
-        /usr/bin/time -f '%e' -o "$folder/time" "$@" >/dev/null 2>&1 && cat "$folder/time"
-    done | sort -n | head -n 1
-}
-ours() { best "$here/build/vantel" "$folder/clip.avi" -p "$1" -o "$folder/out.avi" -q; }
-theirs() { best ffmpeg -nostdin -filter_threads "$threads" -threads 1 -i "$folder/clip.avi" -vf "$1" -f null -; }
+ours() { best '%e' "$here/build/vantel" "$folder/clip.avi" -p "$1" -o "$folder/out.avi" -q; }
+theirs() { best '%e' ffmpeg -nostdin -filter_threads "$threads" -threads 1 -i "$folder/clip.avi" -vf "$1" -f null -; }
 added() { awk -v a="$1" -v b="${2:-0}" -v n="$frames" 'BEGIN {d = (b - a) * 1000 / n; printf "%.2f", d < 0.01 ? 0.01 : d}'; }
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN {printf "%.1f", b / a}'; }
 
