@@ -8,6 +8,7 @@
 #include "core/frame_table.h"
 #include "core/profile.h"
 #include "core/ui_hooks.h"
+#include "readers/codec_dialog.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
 
@@ -60,10 +61,6 @@ void command_new_profile(EDIT_STATE* edit, int) {
 
 // ---- compression
 
-static bool choose_video(VIDEO_CODEC_SETTING* setting) {
-    return ui_hooks.choose_video && ui_hooks.choose_video(setting);
-}
-
 // The lowest that no frame uses, 0 when there is none.
 static int free_compression(const EDIT_STATE* edit) {
     bool used[256] = {};
@@ -75,7 +72,7 @@ static int free_compression(const EDIT_STATE* edit) {
 
 void command_new_compression(EDIT_STATE* edit, int) {
     const int index = free_compression(edit);
-    if (index == 0 || !choose_video(&edit->frame_video_setting[index])) return;
+    if (index == 0 || !codec_choose_dialog(&edit->frame_video_setting[index])) return;
     set_selection(edit, frame_table.frame_compress, index);
     command_changed();
 }
@@ -83,11 +80,11 @@ void command_new_compression(EDIT_STATE* edit, int) {
 void command_video_setting(EDIT_STATE* edit, int) {
     const int index = edit->edit_flag & EDIT_OPEN ? frame_table.frame_compress[edit->frame] : 0;
     if (index > 0 && index < FRAME_SETTING_MAX) {
-        choose_video(&edit->frame_video_setting[index]);
+        codec_choose_dialog(&edit->frame_video_setting[index]);
         return;
     }
     compression_load(edit);
-    if (choose_video(&edit->video_setting)) compression_store(edit);
+    if (codec_choose_dialog(&edit->video_setting)) compression_store(edit);
 }
 
 void command_audio_setting(EDIT_STATE* edit, int) {

@@ -6,7 +6,8 @@
 
 #include "vantel_formats.h"
 
-struct VIDEO_CODEC_SETTING;
+struct CODEC_DIALOG;          // readers/codec_dialog.h
+struct CODEC_OPTIONS_DIALOG;  // readers/codec_dialog.h
 
 /// How the engine reaches the user. The window fills the table in at start-up; a null entry means that nobody is there,
 /// and the caller gets the quiet answer named at each entry. Texts are code page 932. Main thread only, except
@@ -115,7 +116,8 @@ struct UI_HOOKS {
     bool (*ask_frame)(int* shown);                                    // the dialog "MOVE"; quiet: cancelled
     bool (*choose_inter)(INTER_DIALOG* dialog);                       // quiet: cancelled
     bool (*ask_play_rate)(PLAY_RATE_DIALOG* dialog);                  // quiet: cancelled
-    bool (*choose_video)(VIDEO_CODEC_SETTING* setting);               // the dialog "VCMSET"; quiet: cancelled
+    bool (*choose_video)(CODEC_DIALOG* dialog);                       // the dialog "VCMSET"; quiet: cancelled
+    bool (*codec_options)(CODEC_OPTIONS_DIALOG* dialog);              // the dialog "CODEC"; quiet: cancelled
     bool (*clipboard_put_picture)(const CLIPBOARD_PICTURE& picture);  // quiet: false
     bool (*clipboard_take_picture)(CLIPBOARD_PICTURE* picture);       // quiet: false, as when there is none
     bool (*clipboard_put_text)(const char* text);                     // quiet: false

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/edit_state.h"
+#include "core/ui_hooks.h"
 #include "platform/text.h"
 #include "platform/video_codec.h"
 #include "readers/codec.h"
@@ -27,7 +28,7 @@ static void take_setting(CODEC_ENTRY* entry, const VIDEO_CODEC_SETTING* setting)
     if (entry->flags & CODEC_HAS_DATA_RATE) entry->data_rate = std::max(setting->data_rate, 0);
 }
 
-CODEC_DIALOG codec_dialog_begin(const VIDEO_CODEC_SETTING* setting) {
+static CODEC_DIALOG begin(const VIDEO_CODEC_SETTING* setting) {
     CODEC_DIALOG dialog{};
     for (int i = 0; i < codec_count(); ++i)
         if (codec_entry(i)->flags & (CODEC_CAN_RGB | CODEC_PSEUDO)) dialog.choices.push_back(i);
@@ -92,7 +93,7 @@ std::string codec_dialog_about(const CODEC_DIALOG* dialog) {
     return index < 0 ? "" : text_from_utf8(video_codec_about(index));
 }
 
-void codec_dialog_accept(CODEC_DIALOG* dialog, VIDEO_CODEC_SETTING* setting) {
+static void accept(const CODEC_DIALOG* dialog, VIDEO_CODEC_SETTING* setting) {
     CODEC_ENTRY* entry = selected(dialog);
     for (int i = 0; i < codec_count(); ++i) codec_entry(i)->flags &= ~uint32_t{CODEC_KEEP_OPEN};
     entry->flags |= CODEC_KEEP_OPEN;
@@ -101,21 +102,27 @@ void codec_dialog_accept(CODEC_DIALOG* dialog, VIDEO_CODEC_SETTING* setting) {
     if (entry->flags & CODEC_PSEUDO) setting->quality = setting->key_rate = setting->data_rate = 0;
 }
 
-void codec_dialog_cancel(CODEC_DIALOG*) { codec_close_compressors(false); }
+bool codec_choose_dialog(VIDEO_CODEC_SETTING* setting) {
+    CODEC_DIALOG dialog = begin(setting);
+    const bool agreed = ui_hooks.choose_video && ui_hooks.choose_video(&dialog);
+    if (agreed)
+        accept(&dialog, setting);
+    else
+        codec_close_compressors(false);
+    return agreed;
+}
 
-std::vector<CODEC_OPTION_ROW> codec_option_rows() {
-    std::vector<CODEC_OPTION_ROW> rows;
+bool codec_options_dialog() {
+    CODEC_OPTIONS_DIALOG dialog;
     for (int i = 0; i < codec_count(); ++i) {
         const uint32_t flags = codec_entry(i)->flags;
         if (flags & CODEC_PSEUDO) continue;
         const bool rgb = flags & CODEC_CAN_RGB, yuy2 = flags & CODEC_CAN_YUY2;
-        rows.push_back({i, flags & CODEC_OPTION_MASK, rgb && yuy2, rgb});
+        dialog.rows.push_back({i, flags & CODEC_OPTION_MASK, rgb && yuy2, rgb});
     }
-    return rows;
-}
-
-void codec_option_store(const std::vector<CODEC_OPTION_ROW>& rows) {
-    for (const CODEC_OPTION_ROW& row : rows)
+    if (!ui_hooks.codec_options || !ui_hooks.codec_options(&dialog)) return false;
+    for (const CODEC_OPTION_ROW& row : dialog.rows)
         if (CODEC_ENTRY* entry = codec_entry(row.entry))
             entry->flags = (entry->flags & ~CODEC_OPTION_MASK) | (row.bits & CODEC_OPTION_MASK);
+    return true;
 }

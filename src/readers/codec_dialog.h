@@ -8,7 +8,7 @@ struct VIDEO_CODEC_SETTING;
 
 /// What stands behind the two dialogs of the codecs; a window only shows it. Texts are code page 932. Main thread.
 
-/// The compressor dialog "VCMSET" while it is open: begin, then selections and edits, then accept or cancel.
+/// The compressor dialog "VCMSET" while it is open.
 struct CODEC_DIALOG {
     std::vector<int> choices;  // entries (codec_entry) that can be chosen, in the order of the list
     int selected;              // place in choices
@@ -21,7 +21,6 @@ struct CODEC_FIELDS {
     bool has_options, has_about;
 };
 
-CODEC_DIALOG codec_dialog_begin(const VIDEO_CODEC_SETTING* setting);
 const char* codec_dialog_name(const CODEC_DIALOG* dialog, int choice);
 CODEC_FIELDS codec_dialog_fields(const CODEC_DIALOG* dialog);
 /// Keeps typed fields for the selected codec, within their ranges; fields that it does not have are passed over.
@@ -35,17 +34,17 @@ void codec_dialog_reset(CODEC_DIALOG* dialog);
 std::string codec_dialog_state(CODEC_DIALOG* dialog);
 bool codec_dialog_set_state(CODEC_DIALOG* dialog, const std::string& state);
 std::string codec_dialog_about(const CODEC_DIALOG* dialog);
-/// OK: the setting takes the selected codec; all other compressors are closed.
-void codec_dialog_accept(CODEC_DIALOG* dialog, VIDEO_CODEC_SETTING* setting);
-/// Closes what the dialog opened; the setting stays.
-void codec_dialog_cancel(CODEC_DIALOG* dialog);
-
 /// The option dialog "CODEC": the real codecs in table order, with the user's three bits of each.
 struct CODEC_OPTION_ROW {
     int entry;
     uint32_t bits;                       // CODEC_DECODE_YUY2, CODEC_ENCODE_YUY2, CODEC_KEEP_STATE
     bool encode_enabled, state_enabled;  // the boxes that can be changed; the first one always can
 };
-std::vector<CODEC_OPTION_ROW> codec_option_rows();
-/// OK: the bits become the entries'.
-void codec_option_store(const std::vector<CODEC_OPTION_ROW>& rows);
+struct CODEC_OPTIONS_DIALOG {
+    std::vector<CODEC_OPTION_ROW> rows;
+};
+
+/// The two dialogs as the commands call them: through ui_hooks.choose_video and ui_hooks.codec_options. True when the
+/// user agreed and the setting, or the entries, changed.
+bool codec_choose_dialog(VIDEO_CODEC_SETTING* setting);
+bool codec_options_dialog();

@@ -11,6 +11,7 @@
 #include "output/save.h"
 #include "output/save_flags.h"
 #include "readers/codec.h"
+#include "readers/codec_dialog.h"
 #include "readers/fourcc.h"
 #include "resources/string_ids.h"
 
@@ -31,10 +32,11 @@ struct WholeEdit : EDIT_FIXTURE {
         EDIT_FIXTURE::SetUp();
         system_settings.compprofile = 0;
         ui_hooks.ask_range = [](RANGE_DIALOG* dialog) { return *dialog = range_typed, true; };
-        ui_hooks.choose_video = [](VIDEO_CODEC_SETTING* setting) {
-            codec_reset_setting(setting, fourcc("XVID"));
-            setting->quality = quality_typed;
-            setting->key_rate = 0;
+        ui_hooks.choose_video = [](CODEC_DIALOG* dialog) {
+            const int xvid = codec_find(fourcc("XVID"));
+            const auto at = std::find(dialog->choices.begin(), dialog->choices.end(), xvid);
+            codec_dialog_select(dialog, int(at - dialog->choices.begin()));
+            codec_dialog_store(dialog, {quality_typed / 100, 0, 0, false, false});
             return true;
         };
         const std::string path[2] = {clip("first.avi", FIRST), clip("second.avi", SECOND)};

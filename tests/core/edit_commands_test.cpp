@@ -12,6 +12,8 @@
 #include "core/profile.h"
 #include "core/ui_hooks.h"
 #include "hosts/filter.h"
+#include "readers/codec.h"
+#include "readers/codec_dialog.h"
 #include "resources/string_ids.h"
 #include "support/avi_builder.h"
 
@@ -29,7 +31,14 @@ struct EditCommands : EDIT_FIXTURE {
         ui_hooks.ask = [](const char*) { return answer; };
         ui_hooks.modifier_down = [](UI_MODIFIER key) { return held[key]; };
         ui_hooks.ask_range = [](RANGE_DIALOG* dialog) { return *dialog = range_typed, true; };
-        ui_hooks.choose_video = [](VIDEO_CODEC_SETTING* setting) { return ++setting->quality, answer; };
+        ui_hooks.choose_video = [](CODEC_DIALOG* dialog) {  // one step more quality
+            const int quality = std::max(codec_dialog_fields(dialog).quality, 0);
+            const int xvid = codec_find(VANTEL_FOURCC('X', 'V', 'I', 'D'));
+            const auto at = std::find(dialog->choices.begin(), dialog->choices.end(), xvid);
+            codec_dialog_select(dialog, int(at - dialog->choices.begin()));
+            codec_dialog_store(dialog, {quality + 1, 0, 0, false, false});
+            return answer;
+        };
         message_silence(false);
         system_settings.compprofile = 0;
     }
@@ -225,7 +234,7 @@ TEST_F(EditCommands, UndoFollowsThePlaces) {
 TEST_F(EditCommands, NothingRunsWithoutAnEditOrDuringASave) {
     for (const int id : {5101, 5112, 9002, 1020, 5147, 5398}) EXPECT_EQ(run(id), EDIT_COMMAND_REFUSED) << id;
     EXPECT_EQ(run(5127), EDIT_COMMAND_REDRAW);
-    EXPECT_EQ(edit->video_setting.quality, 1);
+    EXPECT_EQ(edit->video_setting.quality, 100);
     edit->video_setting.quality = 0;
     EXPECT_EQ(run(5100), EDIT_COMMAND_UNKNOWN);
     EXPECT_FALSE(edit_command_known(5195));
@@ -391,9 +400,9 @@ TEST_F(EditCommands, SettingsOfTheSelection) {
     EXPECT_EQ(column(frame_table.frame_inter), autos);
     EXPECT_EQ(column(frame_table.frame_profile), ones);
     EXPECT_EQ(column(frame_table.frame_compress), ones);
-    EXPECT_EQ(edit->frame_video_setting[1].quality, 1);
+    EXPECT_EQ(edit->frame_video_setting[1].quality, 100);
     run(EDIT_COMMAND_MOVE_TO, 6), run(5127);
-    EXPECT_EQ(edit->frame_video_setting[1].quality, 2);
+    EXPECT_EQ(edit->frame_video_setting[1].quality, 200);
     EXPECT_EQ(edit->video_setting.quality, 0);
     answer = false;
     run(5126);
@@ -408,7 +417,7 @@ TEST_F(EditCommands, SettingsOfTheSelection) {
     run(5127);
     edit->video_setting.quality = 50;
     run(5127);
-    EXPECT_EQ(edit->video_setting.quality, 2);
+    EXPECT_EQ(edit->video_setting.quality, 200);
     EXPECT_TRUE(std::filesystem::remove(side));
     answer = false;
     answer = true;

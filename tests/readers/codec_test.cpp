@@ -2,6 +2,7 @@
 #include <set>
 
 #include "core/edit_fixture.h"
+#include "core/ui_hooks.h"
 #include "platform/ini.h"
 #include "platform/video_codec.h"
 #include "readers/codec.h"
@@ -16,6 +17,12 @@ static constexpr uint32_t ULRG = VANTEL_FOURCC('U', 'L', 'R', 'G');
 struct Codec : EDIT_FIXTURE {
     VIDEO_CODEC_SETTING setting{};
     BITMAPINFOHEADER input{};
+
+    // The settings file of the tests keeps the users' bits from one run to the next.
+    void SetUp() override {
+        EDIT_FIXTURE::SetUp();
+        for (int i = 0; i < codec_count(); ++i) codec_entry(i)->flags |= CODEC_OPTION_MASK;
+    }
 
     static uint32_t lower(uint32_t code) { return code | 0x20202020; }
 
@@ -93,7 +100,6 @@ TEST_F(Codec, OptionsAndCapabilitiesAreRemembered) {
     EXPECT_EQ(xvid->flags, flags);
     EXPECT_EQ(xvid->display_name, name);
     EXPECT_EQ(xvid->data_rate, CODEC_DATA_RATE_DEFAULT);
-    xvid->flags |= CODEC_DECODE_YUY2;
 }
 
 TEST_F(Codec, KeyFramesComeByRateOrAtTheStartAlone) {
@@ -138,38 +144,59 @@ TEST_F(Codec, ResetTakesTheEntryAndItsState) {
     EXPECT_EQ(setting.handler, YUY2);
 }
 
-TEST_F(Codec, TheDialogEditsEntriesAndAcceptsOne) {
+TEST_F(Codec, TheDialogEditsEntriesAndTakesOneWhenAgreed) {
+    static bool agrees;
     codec_reset_setting(&setting, XVID);
     setting.quality = 4200;
-    CODEC_DIALOG dialog = codec_dialog_begin(&setting);
-    EXPECT_EQ(dialog.choices[size_t(dialog.selected)], codec_find(XVID));
-    EXPECT_EQ(codec_dialog_fields(&dialog).quality, 42);
-    codec_dialog_store(&dialog, {200, -5, 77, false, false});
-    EXPECT_EQ(codec_dialog_fields(&dialog).quality, 100);
-    EXPECT_TRUE(codec_dialog_set_state(&dialog, "vantel codec 1 XVID\nmbd=rd\n"));
-    codec_dialog_select(&dialog, int(dialog.choices.size()) - 1);
-    EXPECT_STREQ(codec_dialog_name(&dialog, dialog.selected), language_string(STR_CODEC_UNCOMPRESSED));
-    EXPECT_EQ(codec_dialog_fields(&dialog).data_rate, -1);
-    EXPECT_EQ(codec_dialog_state(&dialog), "");
-    codec_dialog_cancel(&dialog);
-    EXPECT_EQ(setting.quality, 4200) << "cancel leaves the setting";
-
-    dialog = codec_dialog_begin(&setting);
-    codec_dialog_store(&dialog, {50, 12, 0, false, false});
-    EXPECT_TRUE(codec_dialog_set_state(&dialog, "vantel codec 1 XVID\nmbd=rd\n"));
-    codec_dialog_accept(&dialog, &setting);
-    EXPECT_EQ(setting.quality, 5000);
-    EXPECT_EQ(setting.key_rate, 12);
-    EXPECT_NE(
-        std::string(reinterpret_cast<char*>(setting.codec_state), size_t(setting.codec_state_size)).find("mbd=rd"),
-        std::string::npos);
-    codec_dialog_reset(&dialog);
-    EXPECT_EQ(codec_dialog_state(&dialog).find("mbd=rd"), std::string::npos);
+    ui_hooks.choose_video = [](CODEC_DIALOG* dialog) {
+        EXPECT_EQ(dialog->choices[size_t(dialog->selected)], codec_find(XVID));
+        EXPECT_EQ(codec_dialog_fields(dialog).quality, 42);
+        codec_dialog_store(dialog, {200, -5, 77, false, false});
+        EXPECT_EQ(codec_dialog_fields(dialog).quality, 100);
+        EXPECT_TRUE(codec_dialog_set_state(dialog, "vantel codec 1 XVID\nmbd=rd\n"));
+        const int xvid = dialog->selected;
+        codec_dialog_select(dialog, int(dialog->choices.size()) - 1);
+        EXPECT_STREQ(codec_dialog_name(dialog, dialog->selected), language_string(STR_CODEC_UNCOMPRESSED));
+        EXPECT_EQ(codec_dialog_fields(dialog).data_rate, -1);
+        EXPECT_EQ(codec_dialog_state(dialog), "");
+        codec_dialog_select(dialog, xvid);
+        return agrees;
+    };
+    const auto state = [&] {
+        return std::string(reinterpret_cast<char*>(setting.codec_state), size_t(setting.codec_state_size));
+    };
+    EXPECT_FALSE(codec_choose_dialog(&setting));
+    EXPECT_EQ(setting.quality, 4200);
+    agrees = true;
+    EXPECT_TRUE(codec_choose_dialog(&setting));
+    EXPECT_EQ(setting.quality, 10000);
+    EXPECT_EQ(setting.key_rate, 0);
+    EXPECT_EQ(setting.data_rate, 77);
+    EXPECT_NE(state().find("mbd=rd"), std::string::npos);
 
     setting.handler = VANTEL_FOURCC('n', 'o', 'n', 'e');
-    EXPECT_EQ(codec_dialog_begin(&setting).choices.back(), codec_count() - 1);
-    for (const CODEC_OPTION_ROW& row : codec_option_rows())
-        EXPECT_EQ(row.encode_enabled, (codec_entry(row.entry)->flags & CODEC_CAN_YUY2) != 0);
+    ui_hooks.choose_video = [](CODEC_DIALOG* dialog) {
+        return dialog->selected == int(dialog->choices.size()) - 1;  // uncompressed, as for anything unknown
+    };
+    EXPECT_TRUE(codec_choose_dialog(&setting));
+    EXPECT_EQ(setting.handler, 0u);
+    ui_hooks.choose_video = nullptr;
+}
+
+TEST_F(Codec, TheOptionDialogChangesTheUsersBits) {
+    ui_hooks.codec_options = [](CODEC_OPTIONS_DIALOG* dialog) {
+        for (CODEC_OPTION_ROW& row : dialog->rows) {
+            EXPECT_EQ(row.encode_enabled, (codec_entry(row.entry)->flags & CODEC_CAN_YUY2) != 0);
+            row.bits = CODEC_KEEP_STATE | 0xFF00;
+        }
+        return true;
+    };
+    const uint32_t before = codec_entry(codec_find(XVID))->flags;
+    EXPECT_TRUE(codec_options_dialog());
+    EXPECT_EQ(codec_entry(codec_find(XVID))->flags, (before & ~CODEC_OPTION_MASK) | CODEC_KEEP_STATE);
+    for (int i = 0; i < codec_count(); ++i) codec_entry(i)->flags |= CODEC_OPTION_MASK;
+    ui_hooks.codec_options = nullptr;
+    EXPECT_FALSE(codec_options_dialog());
 }
 
 /// Every codec's frames by number are those of a run from the start, whatever was read before.
