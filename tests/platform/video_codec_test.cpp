@@ -118,6 +118,32 @@ TEST(VideoCodec, EachCompressorAnswersAtOnceAndKeepsThePicture) {
     EXPECT_GE(compressors, 20);
 }
 
+TEST(VideoCodec, LosslessCodecsDoNotDriftOverFiveGenerations) {
+    for (int i = 0; i < video_codec_count(); ++i) {
+        const VIDEO_CODEC_INFO& info = video_codec_info(i);
+        for (const bool yuy2 : {false, true}) {
+            if (!info.compresses || !lossless(info, yuy2) || (yuy2 && info.rgb_only)) continue;
+            const BITMAPINFOHEADER format = picture_format(98, 62, yuy2);
+            const std::vector<uint8_t> source = moving_picture(format, 3);
+            std::vector<uint8_t> picture = source, out(video_encoder_bound(format));
+            for (int generation = 0; generation < 5; ++generation) {
+                const VIDEO_ENCODER_PTR encoder = video_encoder_open(info.handler);
+                ASSERT_TRUE(video_encoder_begin(encoder.get(), format, RATE)) << info.name;
+                bool key = true;
+                const int64_t size = video_encoder_frame(encoder.get(), picture.data(), &key, out);
+                ASSERT_GT(size, 0) << info.name;
+                const std::span<const uint8_t> packet(out.data(), size_t(size));
+                const VIDEO_DECODER_PTR decoder =
+                    video_decoder_open(info.handler, video_encoder_format(encoder.get(), format, RATE), packet);
+                std::fill(picture.begin(), picture.end(), uint8_t{0});
+                ASSERT_TRUE(video_decoder_begin(decoder.get(), format) &&
+                            video_decoder_frame(decoder.get(), packet, true, picture.data()));
+            }
+            EXPECT_TRUE(picture == source) << info.name << (yuy2 ? " YUY2" : " RGB");
+        }
+    }
+}
+
 // Flat patches through every lossy codec and back: no shift of brightness or hue, neither from YUY2 nor from RGB.
 TEST(VideoCodec, LossyCodecsShiftNoColour) {
     static const uint8_t COLOURS[][3] = {{40, 110, 240},  {200, 40, 120}, {90, 200, 60},  {128, 128, 128},
