@@ -12,7 +12,15 @@ static bool is_key(EDIT_STATE* edit, int frame) {
     return media_is_key(&edit->source[frame_ref_source(ref)].media, frame_ref_number(ref));
 }
 
-int save_copy_check(EDIT_STATE* edit, int frame, int first) {
+static bool reaches_key(EDIT_STATE* edit, int frame, int first, const SAVE_COPY_RUN& run) {
+    for (int f = frame;; --f) {
+        if (f == run.frame) return run.good;
+        if (is_key(edit, f)) return true;
+        if (f <= first || frame_table.frame_video[f - 1] + 1 != frame_table.frame_video[f]) return false;
+    }
+}
+
+static int check(EDIT_STATE* edit, int frame, int first, const SAVE_COPY_RUN& run) {
     const int source = frame_ref_source(frame_table.frame_video[frame]);
     if (source >= SOURCE_MAX) return SAVE_COPY_FORMAT_DIFFERS;
     const MEDIA_RECORD& media = edit->source[source].media;
@@ -20,9 +28,11 @@ int save_copy_check(EDIT_STATE* edit, int frame, int first) {
     if (media.media_width != edit->base.media_width || media.media_height != edit->base.media_height)
         return SAVE_COPY_SIZE_DIFFERS;
     if (media.media_flag & MEDIA_DOUBLE_RATE) return SAVE_COPY_DOUBLE_RATE;
-    for (int f = frame;; --f) {
-        if (is_key(edit, f)) return SAVE_COPY_GOOD;
-        if (f <= first || frame_table.frame_video[f - 1] + 1 != frame_table.frame_video[f])
-            return SAVE_COPY_NO_KEY_FRAME;
-    }
+    return reaches_key(edit, frame, first, run) ? SAVE_COPY_GOOD : SAVE_COPY_NO_KEY_FRAME;
+}
+
+int save_copy_check(EDIT_STATE* edit, int frame, int first, SAVE_COPY_RUN* run) {
+    const int result = check(edit, frame, first, *run);
+    *run = {frame, result == SAVE_COPY_GOOD};
+    return result;
 }

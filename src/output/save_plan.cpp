@@ -31,10 +31,9 @@ static void prepare_context(SAVE* save) {
 
 // The format that frames are given to a handler in, on top of the display's header.
 static void fill_video_header(SAVE_CONTEXT* context, uint32_t handler, const BITMAPINFOHEADER& shown) {
-    const BITMAPINFOHEADER before = shown;
     codec_input_format(handler, &context->video_header, context->media_width, context->media_height);
-    context->video_header.biXPelsPerMeter = before.biXPelsPerMeter;
-    context->video_header.biYPelsPerMeter = before.biYPelsPerMeter;
+    context->video_header.biXPelsPerMeter = shown.biXPelsPerMeter;
+    context->video_header.biYPelsPerMeter = shown.biYPelsPerMeter;
 }
 
 // A slot that no source has (the edit was made of others) leaves what the base says.
@@ -66,8 +65,9 @@ static bool recompressing_agreed(const SAVE& save, int frame, int reason) {
 
 // The first frame that cannot be copied, -1 when all can; its reason.
 static int first_failing_frame(const SAVE& save, int* reason) {
+    SAVE_COPY_RUN run;
     for (int f = save.first; f <= save.last; ++f) {
-        *reason = save_copy_check(save.edit, f, save.first);
+        *reason = save_copy_check(save.edit, f, save.first, &run);
         if (*reason != SAVE_COPY_GOOD) return f;
     }
     return -1;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "output/save_copy.h"
+
 struct EDIT_STATE;
 struct WRITER;
 
@@ -14,10 +16,11 @@ struct SAVE {
     int first, last;   // the selection
     int error;         // string number of what went wrong, 0 = nothing
     const WRITER* writer;
-    int written;         // frames in the file
-    int frame_setting;   // the entry of frame_video_setting that the compressor follows
-    bool recompressing;  // the frame before went through the compressor of a copying save
-    int log;             // file, -1 = none
+    int written;                // frames in the file
+    int frame_setting;          // the entry of frame_video_setting that the compressor follows
+    bool recompressing = true;  // the last frame went through the compressor of a copying save, or it is still fresh
+    SAVE_COPY_RUN copy_run;
+    int log;  // file, -1 = none
     int64_t log_size;
 };
 

@@ -134,8 +134,8 @@ static int put_stored(SAVE* save, int f) {
 }
 
 static bool put_copied_frame(SAVE* save, int f) {
-    const bool recompress =
-        (save->flags & SAVE_VIDEO_COPY_OR_RECOMPRESS) && save_copy_check(save->edit, f, save->first) != SAVE_COPY_GOOD;
+    const bool recompress = (save->flags & SAVE_VIDEO_COPY_OR_RECOMPRESS) &&
+                            save_copy_check(save->edit, f, save->first, &save->copy_run) != SAVE_COPY_GOOD;
     const int result = recompress ? put_recompressed(save, f) : put_stored(save, f);
     if (result != AVI_OK) return save_fail_write(save, result);
     count_written(save);
