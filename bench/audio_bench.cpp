@@ -191,13 +191,6 @@ void bench_register() {
     }
 }
 
-}  // namespace
+[[maybe_unused]] const bool registered = (bench_register(), true);  // ahead of the library's main
 
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    bench_register();
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+}  // namespace

@@ -40,10 +40,6 @@ struct TEST_FRAME {
         const YC48_PIXEL p = pixels(y)[x];
         return {p.y, p.cb, p.cr};
     }
-    BYTES block() {
-        const uint8_t* begin = image - frame_geometry.origin;
-        return {begin, begin + frame_geometry.block_size};
-    }
 
     FRAME_GEOMETRY before = frame_geometry;
     uint8_t* image;
@@ -183,71 +179,6 @@ TEST(Convert, Bt709KnownValues) {
     const YC48_PIXEL white = {4096, 0, 0};
     yc48_709_to_frame(frame.image, reinterpret_cast<const uint8_t*>(&white), 1, 1);
     EXPECT_EQ(frame.at(0, 0), (TRIPLE{4096, 0, 0}));
-}
-
-/// One conversion with the strides of its outside picture, run at many sizes below.
-struct PICTURE_CASE {
-    const char* name;
-    int pixel_size;
-    void (*to_frame)(uint8_t*, const uint8_t*, int, int);
-    void (*from_frame)(uint8_t*, const uint8_t*, int, int);
-    int (*stride)(int w);
-    int (*row_bytes)(int w);
-};
-int bgr_bytes(int w) { return w * 3; }
-int yc48_bytes(int w) { return w * 6; }
-int yuy2_bytes(int w) { return yuy2_stride(w); }
-int dib_stride(int w) { return dib24_stride(w); }
-int copy_stride(int w) { return yc48_stride(w); }
-
-const PICTURE_CASE CASES[] = {
-    {"rgb", 6, rgb24_to_frame, frame_to_rgb24, dib_stride, bgr_bytes},
-    {"yuy2", 6, yuy2_to_frame, frame_to_yuy2, yuy2_bytes, yuy2_bytes},
-    {"yuy2 709", 6, yuy2_709_to_frame, frame_to_yuy2_709, yuy2_bytes, yuy2_bytes},
-    {"yc48 709", 6, yc48_709_to_frame, frame_to_yc48_709, yc48_bytes, yc48_bytes},
-    {"yc48", 6, yc48_to_frame, frame_to_yc48, copy_stride, yc48_bytes},
-    {"rgb to yuy2", 2, rgb24_to_frame, frame_to_rgb24, dib_stride, bgr_bytes},
-    {"yuy2 copy", 2, yuy2_to_frame, frame_to_yuy2, yuy2_bytes, yuy2_bytes},
-};
-
-int dispatch_count;
-void seven_workers(PARALLEL_FUNC func, void* data) {
-    ++dispatch_count;
-    for (int i = 0; i < 7; ++i) func(i, 7, data);
-}
-
-/// Both directions of a case; returns the whole frame block followed by the outside picture.
-BYTES run_case(const PICTURE_CASE& c, const BYTES& input, int w, int h) {
-    TEST_FRAME frame(c.pixel_size);
-    c.to_frame(frame.image, input.data(), w, h);
-    BYTES result = frame.block();
-    BYTES outside(size_t(c.stride(w)) * size_t(h), 0xEE);
-    c.from_frame(outside.data(), frame.image, w, h);
-    for (int y = 0; y < h; ++y)
-        for (int x = c.row_bytes(w); x < c.stride(w); ++x)
-            EXPECT_EQ(outside[size_t(y) * size_t(c.stride(w)) + size_t(x)], 0xEE) << c.name << " padding, row " << y;
-    result.insert(result.end(), outside.begin(), outside.end());
-    return result;
-}
-
-TEST(Convert, ThreadsAndSimdChangeNothing) {
-    RNG rng(kernel_seed());
-    const bool simd_before = simd_enabled;
-    for (const PICTURE_CASE& c : CASES)
-        for (const int w : {1, 2, 3, 31, 64, 321})
-            for (const int h : {1, 5, 31, 32, 77}) {
-                const BYTES input = random_bytes(size_t(c.stride(w)) * size_t(h), rng);
-                simd_enabled = false;
-                const BYTES want = run_case(c, input, w, h);
-                simd_enabled = true;
-                dispatch_count = 0;
-                parallel_set_dispatch(seven_workers);
-                const BYTES got = run_case(c, input, w, h);
-                parallel_set_dispatch(nullptr);
-                EXPECT_TRUE(want == got) << c.name << " " << w << "x" << h << ", seed " << kernel_seed();
-                EXPECT_EQ(dispatch_count, h >= 32 ? 2 : 0) << c.name << " " << h;
-            }
-    simd_enabled = simd_before;
 }
 
 TEST(Convert, DibIsBottomUpAndYc48RowsArePadded) {
