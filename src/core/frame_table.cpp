@@ -78,6 +78,14 @@ int frame_limit() { return limit_now; }
 
 int frame_clamp(const EDIT_STATE* edit, int frame) { return std::max(0, std::min(frame, edit->frame_n - 1)); }
 
+int frame_profile_index(const EDIT_STATE* edit, int frame) {
+    return std::min<int>(frame_table.frame_profile[frame_clamp(edit, frame)], PROFILE_MAX - 1);
+}
+
+const char* frame_profile_name(const EDIT_STATE* edit, int frame) {
+    return edit->profile_name[frame_profile_index(edit, frame)];
+}
+
 void frame_entry_copy(int to, int from) {
     FRAME_TABLE& t = frame_table;
     t.frame_video[to] = t.frame_video[from];

@@ -37,6 +37,9 @@ inline constexpr int FRAME_REF_NUMBER_MAX = 0xFFFFFF - 256;
 
 /// A frame index held to 0 .. frame_n - 1.
 int frame_clamp(const EDIT_STATE* edit, int frame);
+/// The index in profile_name of a frame's profile, and the name; the frame is held as above.
+int frame_profile_index(const EDIT_STATE* edit, int frame);
+const char* frame_profile_name(const EDIT_STATE* edit, int frame);
 
 /// Copies an entry without its cached analysis (the four user flags stay, metrics are not copied).
 void frame_entry_copy(int to, int from);

@@ -56,7 +56,7 @@ static bool run_command(int id, bool shift) {
 int profile_command(EDIT_STATE* edit, int id, bool shift) {
     if (!run_command(id, shift)) return 0;
     if (edit->edit_flag & EDIT_OPEN) {
-        const int index = std::min<int>(frame_table.frame_profile[edit->frame], PROFILE_MAX - 1);
+        const int index = frame_profile_index(edit, edit->frame);
         text_copy(edit->profile_name[index], PATH_SIZE, profile_current());
     }
     return 1;

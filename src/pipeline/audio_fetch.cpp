@@ -37,11 +37,7 @@ bool audio_group(const EDIT_STATE* edit, int f, int start, int end, int* last) {
 
 // ---- where a frame's sound lies
 
-static const char* profile_of(const EDIT_STATE* edit, int frame) {
-    return edit->profile_name[std::min<int>(frame_table.frame_profile[frame_clamp(edit, frame)], PROFILE_MAX - 1)];
-}
-
-void audio_use_profile(const EDIT_STATE* edit, int frame) { filter_profile_switch(profile_of(edit, frame)); }
+void audio_use_profile(const EDIT_STATE* edit, int frame) { filter_profile_switch(frame_profile_name(edit, frame)); }
 
 static WAVEFORMATEX gathered_format(const MEDIA_RECORD& base, const MEDIA_RECORD& source, AUDIO_MODE mode) {
     WAVEFORMATEX format = base.audio_header;
@@ -93,7 +89,7 @@ static void run_filters(EDIT_STATE* edit, int frame, void* buffer, int bytes, FI
     param.frame = frame;
     param.frame_count = edit->frame_n;
     param.edit = edit;
-    filter_chain_run_audio(&param, profile_of(edit, frame), stop);
+    filter_chain_run_audio(&param, frame_profile_name(edit, frame), stop);
 }
 
 /// Stored blocks a .. b - 1 of the frame.

@@ -19,9 +19,6 @@
 #include "resources/string_ids.h"
 
 static uint8_t* image_of(const FILTER_PROC_PARAM* param) { return reinterpret_cast<uint8_t*>(param->image); }
-static const char* profile_of(const EDIT_STATE* edit, int frame) {
-    return edit->profile_name[std::min<int>(frame_table.frame_profile[frame], PROFILE_MAX - 1)];
-}
 
 void render_param_fill(EDIT_STATE* edit, int frame, FILTER_PROC_PARAM* param, uint8_t* image, uint8_t* scratch) {
     param->image = reinterpret_cast<YC48_PIXEL*>(image);
@@ -75,7 +72,7 @@ uint8_t* render_source(EDIT_STATE* edit, int frame, FILTER_PROC_PARAM* param) {
     if (const IMAGE_CLIP* clip = clip_of(edit, frame))
         decode_clip(edit, clip, image_of(param));
     else
-        filter_run_deinterlace(param, profile_of(edit, frame), method);
+        filter_run_deinterlace(param, frame_profile_name(edit, frame), method);
     return image_of(param);
 }
 
@@ -90,7 +87,7 @@ uint8_t* render_filtered(EDIT_STATE* edit, int frame, FILTER_PROC_PARAM* param, 
         if (!image || !scratch) return nullptr;
         render_param_fill(edit, frame, param, image, scratch);
     }
-    const char* profile = profile_of(edit, frame);
+    const char* profile = frame_profile_name(edit, frame);
     // A temporal filter fetches its own input, so the walk begins at it and no source is read here.
     FILTER* start = filter_chain_restart_point(param, profile, stop);
     if (!start) render_source(edit, frame, param);
@@ -99,7 +96,7 @@ uint8_t* render_filtered(EDIT_STATE* edit, int frame, FILTER_PROC_PARAM* param, 
 }
 
 static void render_without_chain(EDIT_STATE* edit, int frame, uint8_t* image) {
-    profile_make_current(profile_of(edit, frame));
+    profile_make_current(frame_profile_name(edit, frame));
     if (const IMAGE_CLIP* clip = clip_of(edit, frame)) {
         decode_clip(edit, clip, image);
         return;
@@ -128,7 +125,7 @@ int render_current(EDIT_STATE* edit) {
     take_shown(edit, param);
     if (!saving) {
         param.display_pixels = param.scratch;
-        filter_run_display(&param, profile_of(edit, frame));
+        filter_run_display(&param, frame_profile_name(edit, frame));
     }
     return 1;
 }
