@@ -10,6 +10,7 @@
 #include "hosts/filter_settings.h"
 #include "output/save.h"
 #include "output/save_flags.h"
+#include "persist/project_save.h"
 #include "readers/codec.h"
 #include "readers/codec_dialog.h"
 #include "readers/fourcc.h"
@@ -125,6 +126,35 @@ struct WholeEdit : EDIT_FIXTURE {
         EXPECT_TRUE(same_edit(model, edit)) << "a save leaves the edit as it is";
         return folder / name;
     }
+    /// The edit as a project in a process of its own, from the command line and from a script: the same files.
+    void project_elsewhere(const std::string& packed) {
+        ASSERT_EQ(project_save(edit, text_from_utf8(folder / "edit.vtp").c_str()), 1);
+        std::filesystem::create_directory(folder / "home");
+        file_put_bytes(folder / "home/vantel.ini", "[system]\ncompprofile=0\n");
+        file_put_bytes(folder / "list.vts", "\"" + (folder / "edit.vtp") + "\" -o \"" + (folder / "script.avi") +
+                                                "\"\r\n\"" + (folder / "edit.vtp") + "\" -ow " +
+                                                (folder / "script.wav") + " -r11,20\r\n");
+        const COMMAND_OUTPUT line = vantel(folder, {folder / "edit.vtp", "-o", folder / "line.avi", "-q"});
+        EXPECT_EQ(line.status, 0) << line.error;
+        const COMMAND_OUTPUT script = vantel(folder, {folder / "list.vts", "-q"});
+        EXPECT_EQ(script.status, 0) << script.error;
+        for (const char* name : {"line", "script"})
+            EXPECT_TRUE(file_bytes(packed) == file_bytes(folder / (name + std::string(".avi")))) << name;
+        EXPECT_TRUE(file_bytes(folder / "packed.wav") == file_bytes(folder / "line.wav"));
+        EXPECT_TRUE(decoded_sound(folder, folder / "script.wav") ==
+                    model_sound().substr(10 * FRAME_SAMPLES, 10 * FRAME_SAMPLES));
+
+        // Stored frames and sound as they stand, by the project's own word; recompressed where the list jumps.
+        edit->video_setting.setting_flags |= VIDEO_SETTING_COPY;
+        edit->audio_setting.audio_flags |= AUDIO_SETTING_COPY;
+        ASSERT_EQ(project_save(edit, text_from_utf8(folder / "copy.vtp").c_str()), 1);
+        const COMMAND_OUTPUT copy = vantel(folder, {folder / "copy.vtp", "-o", folder / "copy.avi", "-q"});
+        EXPECT_EQ(copy.status, 0) << copy.error;
+        EXPECT_TRUE(decoded_sound(folder, folder / "copy.avi") == model_sound());
+        std::string pictures;
+        for (const EDIT_MODEL::ENTRY& e : model.list) pictures += model_picture(e);
+        EXPECT_TRUE(decoded_frames(folder, folder / "copy.avi") == pictures);
+    }
     std::string model_picture(const EDIT_MODEL::ENTRY& e) const {
         const std::string& all = picture[frame_ref_source(e.video)];
         const size_t size = size_t(FIRST.width) * size_t(FIRST.height) * 3;
@@ -172,4 +202,6 @@ TEST_F(WholeEdit, IsSavedAsTheListSays) {
         EXPECT_EQ(media_is_key(&record, i), anew) << "frame " << i;
     }
     media_close(&record);
+
+    project_elsewhere(packed);
 }
