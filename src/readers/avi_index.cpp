@@ -18,25 +18,35 @@ bool avi_sink_take(AVI_SINK* sink, uint32_t digits, uint64_t position, uint32_t 
 
 /// The lists that the chunks can be found by.
 struct AVI_INDEX_PLACE {
-    RIFF_CHUNK movi, idx1;
-    bool has_movi, has_idx1;
+    AVI_DATA_LIST data;
+    RIFF_CHUNK idx1;
+    bool has_data, has_idx1;
 };
+
+// Behind a list whose writer was cut off its size leads anywhere, and the index may be cut off, too.
+static bool idx1_is_whole(RIFF_FILE* riff, const AVI_DATA_LIST& data, const RIFF_CHUNK& idx1) {
+    const int64_t behind = riff_behind(data.movi.position, data.movi.size);
+    return idx1.position == behind + 8 && idx1.position + int64_t{idx1.size} <= riff->size;
+}
 
 static AVI_INDEX_PLACE index_place_find(RIFF_FILE* riff, const RIFF_CHUNK* root) {
     AVI_INDEX_PLACE place = {};
-    place.has_movi = riff_find(riff, &place.movi, fourcc("movi"), 0, root);
-    place.has_idx1 = place.has_movi && riff_find(riff, &place.idx1, fourcc("idx1"), 0, root);
+    place.has_data = avi_data_list_find(riff, &place.data, *root);
+    place.has_idx1 = place.has_data && riff_find(riff, &place.idx1, fourcc("idx1"), 0, root);
+    if (place.has_idx1 && place.data.open) place.has_idx1 = idx1_is_whole(riff, place.data, place.idx1);
     return place;
 }
 
 static void index_visit(RIFF_FILE* riff, AVI_SINK* sink, const AVI_READER_STATE& state, const AVI_SUPER_TABLE& super,
                         const AVI_INDEX_PLACE& place) {
-    if (state.flags & AVI_R_ODML)
-        avi_index_odml(riff, sink, super);
-    else if (place.has_idx1)
-        avi_index_idx1(riff, sink, place.movi, place.idx1);
-    else if (place.has_movi)
-        avi_index_movi(riff, sink, place.movi);
+    if (state.flags & AVI_R_ODML) return avi_index_odml(riff, sink, super);
+    if (!place.has_data) return;
+    if (place.has_idx1)
+        avi_index_idx1(riff, sink, place.data.movi, place.idx1);
+    else
+        avi_index_movi(riff, sink, place.data);
+    // Further lists without an index of all: their writer was cut off.
+    if (!place.data.open) avi_index_further(riff, sink, place.data.next);
 }
 
 static AVI_SINK sink_for(const AVI_READER_STATE& state) {

@@ -59,11 +59,24 @@ struct AVI_SINK {
 /// False when the walk has seen enough.
 bool avi_sink_take(AVI_SINK* sink, uint32_t digits, uint64_t position, uint32_t size);
 
+/// A list of data, "movi", in its RIFF list.
+struct AVI_DATA_LIST {
+    RIFF_CHUNK movi;
+    int64_t end;   // where its chunks end; the file may be shorter
+    int64_t next;  // where the next RIFF list would begin
+    bool open;     // its writer never came to fill in the sizes: it goes up to the end of the file
+};
+/// The list of data in a RIFF list (a chunk that riff_find gave for the root, or its like). False when there is none.
+bool avi_data_list_find(RIFF_FILE* riff, AVI_DATA_LIST* list, const RIFF_CHUNK& root);
+
 /// The three kinds of index. Each hands all chunks of its kind to the sink, in order, up to the first byte that the
 /// file does not hold.
 void avi_index_odml(RIFF_FILE* riff, AVI_SINK* sink, const AVI_SUPER_TABLE& super);
 void avi_index_idx1(RIFF_FILE* riff, AVI_SINK* sink, const RIFF_CHUNK& movi, const RIFF_CHUNK& idx1);
-void avi_index_movi(RIFF_FILE* riff, AVI_SINK* sink, const RIFF_CHUNK& movi);
+/// The chunks themselves. Of an open list those that the file holds whole.
+void avi_index_movi(RIFF_FILE* riff, AVI_SINK* sink, const AVI_DATA_LIST& list);
+/// The same for the lists "AVIX" from a file position on.
+void avi_index_further(RIFF_FILE* riff, AVI_SINK* sink, int64_t position);
 
 /// Builds the tables of the state by the index that the file has. A stream without a chunk loses its flag.
 void avi_index_build(RIFF_FILE* riff, AVI_READER_STATE* state, const AVI_SUPER_TABLE& super, const RIFF_CHUNK& root);

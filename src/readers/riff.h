@@ -44,5 +44,12 @@ bool riff_find(RIFF_FILE* riff, RIFF_CHUNK* out, uint32_t code, int index, const
 /// The same walk one chunk at a time: gives the chunk at *position, which starts as parent->position, and moves it on.
 bool riff_next(RIFF_FILE* riff, RIFF_CHUNK* out, int64_t* position, const RIFF_CHUNK* parent);
 
+/// Whether the writer of a RIFF list (as riff_find gives the root) was cut off before it came to fill in its size: what
+/// stands there ends ahead of a chunk inside it.
+inline bool riff_unclosed(const RIFF_CHUNK& root, const RIFF_CHUNK& inside) {
+    constexpr uint32_t TYPE_SIZE = 4;
+    return root.position - TYPE_SIZE + uint32_t(root.size + TYPE_SIZE) < inside.position;
+}
+
 /// Where the chunk behind this one has its header.
 inline int64_t riff_behind(int64_t data, uint32_t size) { return data + size + (size & 1); }

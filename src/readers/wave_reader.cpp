@@ -90,7 +90,9 @@ static bool state_fill(WAVE_READER_STATE* state) {
     if (!format_read(&riff, state, root) || !riff_find(&riff, &data, fourcc("data"), 0, &root)) return false;
     // A file that was cut off, or written into a pipe with no size, has what is there.
     state->data = data.position;
-    state->samples = uint64_t(std::clamp<int64_t>(riff.size - data.position, 0, data.size)) / state->block;
+    const int64_t held = std::max<int64_t>(riff.size - data.position, 0);
+    const int64_t bytes = riff_unclosed(root, data) ? held : std::min<int64_t>(held, data.size);
+    state->samples = uint64_t(bytes) / state->block;
     picture_set(&state->picture);
     return true;
 }
