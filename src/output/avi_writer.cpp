@@ -55,10 +55,10 @@ static void sessions_close(SAVE_CONTEXT* context, uint32_t media_flag) {
 }
 
 static int file_create_patiently(const char* name) {
-    int file = file_create(name);
+    int file = avi_disk_create(name);
     if (file >= 0 || file_is_folder(name)) return file;
-    std::this_thread::sleep_for(CREATE_PAUSE);  // a virus scanner or a player may hold the file for a moment
-    return file_create(name);
+    std::this_thread::sleep_for(CREATE_PAUSE);  // another save may be about to end
+    return avi_disk_create(name);
 }
 
 /// Chunks that a frame of the edit may need in the mean: its picture and a group of sound, or packets of sound.
