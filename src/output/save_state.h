@@ -20,7 +20,9 @@ struct SAVE {
     int frame_setting;          // the entry of frame_video_setting that the compressor follows
     bool recompressing = true;  // the last frame went through the compressor of a copying save, or it is still fresh
     SAVE_COPY_RUN copy_run;
-    int log;  // file, -1 = none
+    SAVE_COPY_HEADERS copy_headers;
+    bool copy_none;  // all frames of a copying save go through the compressor
+    int log;         // file, -1 = none
     int64_t log_size;
 };
 

@@ -116,7 +116,7 @@ static int put_recompressed(SAVE* save, int f) {
     }
     save->recompressing = true;
     const uint8_t* pixels = render_unfiltered(save->edit, f, context->video_header.biCompression);
-    return save->writer->put_frame(context, pixels, nullptr);
+    return save_copy_put_compressed(save, pixels);
 }
 
 static int put_stored(SAVE* save, int f) {
@@ -124,18 +124,26 @@ static int put_stored(SAVE* save, int f) {
     save->recompressing = false;
     const uint32_t ref = frame_table.frame_video[f];
     const int source = frame_ref_source(ref);
-    int key = 0, size = 0;
+    constexpr size_t HEADERS_MAX = FORMAT_SIZE_MAX;
+    uint8_t* bytes = display_buffer() + HEADERS_MAX;
+    int key = 0;
+    size_t size = 0;
     if (source < SOURCE_MAX)
-        size = media_read_frame_raw(&edit->source[source].media, frame_ref_number(ref), display_buffer(),
-                                    display_buffer_size(), &key);
-    const int result =
-        save->writer->put_stored_frame(&edit->save_context, display_buffer(), size_t(size), uint32_t(key));
+        size = size_t(media_read_frame_raw(&edit->source[source].media, frame_ref_number(ref), bytes,
+                                           display_buffer_size() - HEADERS_MAX, &key));
+    if (key && size > 0) {
+        const std::span<const uint8_t> headers = save_copy_headers(save, source, {bytes, size});
+        bytes -= headers.size();
+        size += headers.size();
+        std::copy(headers.begin(), headers.end(), bytes);
+    }
+    const int result = save->writer->put_stored_frame(&edit->save_context, bytes, size, uint32_t(key));
     return result == AVI_OK ? AVI_OK : AVI_LOST;
 }
 
 static bool put_copied_frame(SAVE* save, int f) {
-    const bool recompress = (save->flags & SAVE_VIDEO_COPY_OR_RECOMPRESS) &&
-                            save_copy_check(save->edit, f, save->first, &save->copy_run) != SAVE_COPY_GOOD;
+    const bool good = save_copy_check(save->edit, f, save->first, &save->copy_run) == SAVE_COPY_GOOD;
+    const bool recompress = (save->flags & SAVE_VIDEO_COPY_OR_RECOMPRESS) && (save->copy_none || !good);
     const int result = recompress ? put_recompressed(save, f) : put_stored(save, f);
     if (result != AVI_OK) return save_fail_write(save, result);
     count_written(save);
