@@ -12,6 +12,7 @@
 #include "core/profile.h"
 #include "core/settings.h"
 #include "core/source.h"
+#include "core/text_line.h"
 #include "output/progress.h"
 #include "output/save.h"
 #include "output/save_flags.h"
@@ -249,20 +250,6 @@ COMMAND_RESULT run_command_line(EDIT_STATE* edit, std::span<const std::string> t
 
 // ---- scripts
 
-// A tab becomes a blank, other control characters are dropped, LF or a zero byte ends the line.
-static std::string next_line(const std::string& text, size_t* at) {
-    std::string line;
-    while (*at < text.size()) {
-        const char c = text[(*at)++];
-        if (c == '\n' || c == '\0') break;
-        if (c == '\t')
-            line += ' ';
-        else if (static_cast<unsigned char>(c) >= 32)
-            line += c;
-    }
-    return line;
-}
-
 static bool run_script(EDIT_STATE* edit, const std::string& path) {
     static int depth;
     if (depth >= SCRIPT_DEPTH_MAX) {
@@ -276,10 +263,9 @@ static bool run_script(EDIT_STATE* edit, const std::string& path) {
     }
     ++depth;
     bool all_done = true;
-    const std::string text(bytes.begin(), bytes.end());
+    std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     int number = 0;
-    for (size_t at = 0; at < text.size() && !save_aborted();) {
-        const std::string line = next_line(text, &at);
+    for (std::string line; !save_aborted() && text_line_take(&rest, &line, SCRIPT_SIZE_MAX);) {
         const std::vector<std::string> tokens = command_line_split(line);
         ++number;
         if (tokens.empty() || run_line(edit, tokens).done) continue;

@@ -8,6 +8,11 @@
 
 struct CODEC_DIALOG;          // readers/codec_dialog.h
 struct CODEC_OPTIONS_DIALOG;  // readers/codec_dialog.h
+struct SAVE_DIALOG;           // output/save_dialog.h
+struct EDIT_STATE;
+
+/// What a file is opened for: which boxes of "LOAD_OPTION" can be used.
+enum FILE_LOAD { FILE_LOAD_NONE, FILE_LOAD_NEW, FILE_LOAD_APPEND, FILE_LOAD_SOUND };
 
 /// How the engine reaches the user. The window fills the table in at start-up; a null entry means that nobody is there,
 /// and the caller gets the quiet answer named at each entry. Texts are code page 932. Main thread only, except
@@ -20,10 +25,12 @@ struct FILE_DIALOG {
     uint32_t load_flags;  // out: load flags of the check boxes of the open dialog
     uint32_t open_flags;  // out: open_file flags of its check boxes
     int rate_index;       // in and out: entry of the frame rate list, -1 = the list is not shown
+    FILE_LOAD load;       // not FILE_LOAD_NONE: shows "LOAD_OPTION"; a null filter then stands for the readers' files
 };
 
 struct SIZE_DIALOG {
-    int width, height;  // in: the size to start from; out: the typed one, as it was typed
+    int width, height;          // in: the size to start from; out: the typed one, as it was typed
+    const char* name = "SIZE";  // of the dialog: "SIZE" or "WAV_OPTION"
 };
 
 /// The choice of a sound format. Formats are WAVEFORMATEX blocks with their extra bytes, of at most 8192 bytes; the
@@ -100,6 +107,7 @@ struct UI_HOOKS {
     bool (*ask_text)(int title_id, char* buffer,
                      size_t size);               // a line of text; buffer in: the start; quiet: cancelled
     bool (*ask_size)(SIZE_DIALOG* dialog);       // the dialog "SIZE": a picture size; quiet: cancelled
+    bool (*save_dialog)(SAVE_DIALOG* dialog);    // a name to write and the options of a save; quiet: cancelled
     bool (*chain_dialog)(CHAIN_DIALOG* dialog);  // quiet: cancelled
     bool (*mix_dialog)(MIX_DIALOG* dialog);      // quiet: cancelled
     bool (*pump)();                         // handles all waiting messages; true when the user pressed Esc or chose
@@ -121,5 +129,10 @@ struct UI_HOOKS {
     bool (*clipboard_put_picture)(const CLIPBOARD_PICTURE& picture);  // quiet: false
     bool (*clipboard_take_picture)(CLIPBOARD_PICTURE* picture);       // quiet: false, as when there is none
     bool (*clipboard_put_text)(const char* text);                     // quiet: false
+
+    // start-up and shut-down in window mode, see core/start_up.cpp; quiet: there is no window
+    void* (*window_make)(EDIT_STATE* edit);    // the main window; null: it cannot be made
+    void (*window_started)(EDIT_STATE* edit);  // filters, profiles and a resumed edit are loaded
+    void (*window_store)(EDIT_STATE* edit);    // its state goes into the settings
 };
 extern UI_HOOKS ui_hooks;

@@ -12,6 +12,7 @@
 #include "output/info_block.h"
 #include "output/progress.h"
 #include "output/save_audio.h"
+#include "output/save_dialog.h"
 #include "output/save_flags.h"
 #include "output/save_plan.h"
 #include "output/save_state.h"
@@ -124,11 +125,6 @@ static bool write_file(SAVE* save) {
 int save_run(EDIT_STATE* edit, uint32_t request) {
     report = {};
     if (!(edit->edit_flag & EDIT_OPEN) || (edit->edit_flag & EDIT_SAVING)) return 0;
-    if (edit->output_kind == OUTPUT_KIND_PLUGIN) {
-        message_warn(STR_ERR_NO_OUTPUT_PLUGIN);
-        return 0;
-    }
-    const int64_t start = clock_ms();
     compression_load(edit);
     SAVE save{};
     save.edit = edit;
@@ -136,10 +132,21 @@ int save_run(EDIT_STATE* edit, uint32_t request) {
     save.first = edit->select_start;
     save.last = edit->select_end;
     save.writer = writer_override ? writer_override : &writer_avi;
+    save_plan_begin(&save);
+    if (!(request & (SAVE_REQ_QUIET | SAVE_REQ_WAV_COMPANION)) && !save_option_dialog(edit, &save.request)) return 0;
+    if (edit->output_kind == OUTPUT_KIND_PLUGIN) {
+        message_warn(STR_ERR_NO_OUTPUT_PLUGIN);
+        return 0;
+    }
+    const int64_t start = clock_ms();
     if (!save_plan(&save)) return 0;
+    if (save.request & SAVE_REQ_ADD_TO_BATCH) {  // there is no list of jobs: better told than run at once
+        message_warn(STR_ERR_OUTPUT_FAILED);
+        return 0;
+    }
     if ((save.flags & SAVE_VIDEO) && !(save.flags & SAVE_VIDEO_COPY))
         save_scale_rate(edit, &edit->save_context, save.last - save.first + 1);
     const bool done = write_file(&save);
     report.elapsed_ms = clock_ms() - start;
-    return done && save_finish(edit, request) ? 1 : 0;
+    return done && save_finish(edit, save.request) ? 1 : 0;
 }

@@ -7,6 +7,7 @@
 #include "core/media.h"
 #include "core/message.h"
 #include "core/settings.h"
+#include "output/codec_headers.h"
 #include "output/save_audio.h"
 #include "output/save_copy.h"
 #include "output/save_flags.h"
@@ -18,7 +19,7 @@
 #include "resources/language.h"
 #include "resources/string_ids.h"
 
-static void prepare_context(SAVE* save) {
+void save_plan_begin(SAVE* save) {
     EDIT_STATE* edit = save->edit;
     SAVE_CONTEXT& context = edit->save_context;
     context = edit->base;
@@ -78,7 +79,7 @@ static bool work_out_copying(SAVE* save) {
     VIDEO_CODEC_SETTING& working = edit->save_context.decoder;
     copy_video_formats(edit);
     save->flags |= SAVE_VIDEO_COPY;
-    const uint32_t handler = edit->base.video_stream.fccHandler;
+    const uint32_t handler = codec_headers_compressor(edit->base.video_stream.fccHandler);
     int reason = 0;
     const int failing = first_failing_frame(*save, &reason);
     if (failing >= 0 && !recompressing_agreed(*save, failing, reason)) return false;
@@ -87,6 +88,7 @@ static bool work_out_copying(SAVE* save) {
         save->flags |= SAVE_VIDEO_COPY_OR_RECOMPRESS;
     }
     fill_video_header(&edit->save_context, handler, edit->shown_header);
+    save_copy_plan(save);
     return true;
 }
 
@@ -136,7 +138,6 @@ static bool output_allowed(SAVE* save) {
 }
 
 bool save_plan(SAVE* save) {
-    prepare_context(save);
     if (!work_out_video(save)) return false;
     work_out_audio(save);
     return output_allowed(save);
