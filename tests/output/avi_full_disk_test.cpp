@@ -70,7 +70,7 @@ struct AVI_CHECK {
         EXPECT_EQ(frames, word(0x6C + 32));
         EXPECT_EQ(samples, word(0x8E8 + 32));
         std::vector<size_t> entries;
-        for (const size_t super : {0xD4, 0x93A}) {
+        for (const size_t super : {0xD4u, 0x93Au}) {
             const bool used = word(super) == FCC_INDX;
             for (uint32_t i = 0; i < word(super + 12); ++i) entries.push_back(word(super + 32 + 16 * i));
             EXPECT_EQ(used, word(super + 12) != 0);

@@ -66,7 +66,7 @@ TEST(AviPeer, FfmpegReadsFilesOfAFullDisk) {
     if (system("ffmpeg -version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no ffmpeg";
     const SAMPLE_SETTINGS settings;
     avi_writer_settings.part_limit = 20000;
-    for (const size_t limit : {10000, 20200, 22000, 30000, 40000}) {
+    for (const size_t limit : {10000u, 20200u, 22000u, 30000u, 40000u}) {
         SCOPED_TRACE(limit);
         const SAMPLE_FILE file("full.avi");
         const auto context = sample_context();

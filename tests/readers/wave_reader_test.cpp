@@ -128,7 +128,7 @@ TEST(WaveReader, UnusableFormatsAreRefused) {
     BYTES no_block = good;
     bytes_put_u32(no_block, 12, 0);
     EXPECT_FALSE(wave_open(wave_build(no_block, BYTES(400))));
-    for (const size_t size : {0, 15, 8193}) {
+    for (const size_t size : {0u, 15u, 8193u}) {
         BYTES format = good;
         format.resize(size);
         EXPECT_FALSE(wave_open(wave_build(format, BYTES(400)))) << size;
