@@ -118,7 +118,9 @@ TEST(Save, InterruptLeavesAShorterFile) {
     for (const int number : {SIGINT, SIGTERM}) {
         COMMAND_OPTIONS options;
         options.signal = number;
-        options.signal_ms = 250;
+        options.signal_ms = 50;
+        options.signal_file = folder / "out.avi";
+        std::filesystem::remove(options.signal_file);
         const COMMAND_OUTPUT run = vantel(folder, {folder / "clip.avi", "-o", folder / "out.avi", "-q"}, options);
         if (run.status == 0) GTEST_SKIP() << "the save was faster than the signal";
         ASSERT_EQ(run.status, 1) << run.error;

@@ -59,12 +59,17 @@ void file_put_bytes(const std::string& path, const std::string& bytes) {
 static int wait_for(pid_t child, const COMMAND_OPTIONS& options) {
     using namespace std::chrono;
     const auto start = steady_clock::now();
-    bool sent = options.signal == 0;
+    auto signal_start = start;
+    bool sent = options.signal == 0, waiting = !options.signal_file.empty();
     for (int status;; std::this_thread::sleep_for(milliseconds(2))) {
         if (waitpid(child, &status, WNOHANG) == child)
             return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
         const auto passed = steady_clock::now() - start;
-        if (!sent && passed >= milliseconds(options.signal_ms)) {
+        if (waiting) {
+            waiting = access(options.signal_file.c_str(), F_OK) != 0;
+            signal_start = steady_clock::now();
+        }
+        if (!sent && !waiting && steady_clock::now() - signal_start >= milliseconds(options.signal_ms)) {
             kill(child, options.signal);
             sent = true;
         }

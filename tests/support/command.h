@@ -15,7 +15,8 @@ struct COMMAND_OPTIONS {
     long file_size_limit = 0;                   // RLIMIT_FSIZE in bytes, 0 = none
     int signal = 0;                             // sent after signal_ms
     int signal_ms = 0;
-    int limit_seconds = 60;  // then the program is killed: a test must not hang
+    std::string signal_file = {};  // the time for the signal begins when this file is there
+    int limit_seconds = 60;        // then the program is killed: a test must not hang
 };
 /// Runs a program with its arguments; arguments[0] is looked for in PATH.
 COMMAND_OUTPUT command_run(const std::vector<std::string>& arguments, const COMMAND_OPTIONS& options = {});
