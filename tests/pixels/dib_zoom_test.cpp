@@ -1,0 +1,79 @@
+#include "pixels/dib_zoom.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "pixels/frame_buffer.h"
+#include "pixels/wave_column.h"
+
+using BYTES = std::vector<uint8_t>;
+static constexpr uint8_t FREE = 0xEE;  // what nobody may have written over
+
+static BYTES numbered(int w, int h) {
+    BYTES dib(size_t(dib24_stride(w)) * size_t(h), FREE);
+    for (int y = 0; y < h; ++y)
+        for (int i = 0; i < 3 * w; ++i) dib[size_t(y * dib24_stride(w) + i)] = uint8_t(y * 40 + i);
+    return dib;
+}
+static BYTES blank(int w, int h) { return BYTES(size_t(dib24_stride(w)) * size_t(h) + 8, FREE); }
+
+TEST(DibZoom, UpRepeatsPixelsAndRowsAndLeavesThePaddingAlone) {
+    const int w = 7, h = 5;
+    const BYTES src = numbered(w, h);
+    for (int factor = 2; factor <= 4; ++factor) {
+        for (int part = 0; part <= 4; ++part) {  // widths with every kind of padding
+            const int x = 2, y = 1, rows = 3, out = part * factor;
+            BYTES got = blank(out, rows * factor), want = got;
+            dib_zoom_up(got.data(), src.data(), x, y, part, rows, w, factor);
+            for (int r = 0; r < rows * factor && part > 0; ++r)
+                for (int c = 0; c < 3 * out; ++c)
+                    want[size_t(r * dib24_stride(out) + c)] =
+                        uint8_t((y + r / factor) * 40 + 3 * (x + c / 3 / factor) + c % 3);
+            EXPECT_EQ(got, want) << "factor " << factor << " width " << part;
+        }
+    }
+    EXPECT_EQ(dib24_stride(2 * 3), 20);  // a row of 2 pixels, zoomed by 3
+}
+
+TEST(DibZoom, DownKeepsTheFirstPixelOfWholeBlocks) {
+    const int w = 15, h = 6;
+    const BYTES src = numbered(w, h);
+    for (const int step : {2, 4}) {
+        const int x = 1, y = 1, part = 13, rows = 5;
+        const int out_w = part / step, out_h = rows / step;
+        BYTES got = blank(out_w, out_h), want = got;
+        dib_zoom_down(got.data(), src.data(), x, y, part, rows, w, step);
+        for (int r = 0; r < out_h; ++r)
+            for (int c = 0; c < 3 * out_w; ++c)
+                want[size_t(r * dib24_stride(out_w) + c)] =
+                    uint8_t((y + r * step) * 40 + 3 * (x + c / 3 * step) + c % 3);
+        EXPECT_EQ(got, want) << "step " << step;
+    }
+}
+
+/// The column as a text, one letter a row: '#' sound, '-' back, ' ' not written.
+static std::string column_text(int height, int level) {
+    const int width = 3;
+    BYTES strip = blank(width, height);
+    wave_column(strip.data() + 3, width, height, level, 0x102030, 0x3F3E3D);
+    std::string text;
+    for (int y = 0; y < height; ++y) {
+        const uint8_t* p = strip.data() + size_t(y * dib24_stride(width));
+        EXPECT_TRUE(p[2] == FREE && p[6] == FREE) << "a neighbour of row " << y;
+        const bool sound = p[3] == 0x30 && p[4] == 0x20 && p[5] == 0x10;
+        const bool back = p[3] == 0x3D && p[4] == 0x3E && p[5] == 0x3F;
+        text += sound ? '#' : back ? '-' : p[3] == FREE && p[4] == FREE && p[5] == FREE ? ' ' : '?';
+    }
+    return text;
+}
+
+TEST(WaveColumn, LevelGoesBothWaysFromTheMiddleRow) {
+    EXPECT_EQ(column_text(8, 0), "---#--- ");  // the last row of an even height is not shown
+    EXPECT_EQ(column_text(8, 1), "--###-- ");
+    EXPECT_EQ(column_text(8, 3), "####### ");
+    EXPECT_EQ(column_text(8, 32), "####### ");
+    EXPECT_EQ(column_text(7, 2), "-#####-");
+    EXPECT_EQ(column_text(8, -1), "---#--- ");
+}
