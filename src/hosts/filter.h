@@ -44,6 +44,8 @@ FILTER* filter_built_in(int name_id);
 /// Appends an entry to the check list of a built-in record, before filter_system_init. label null: no menu entry, but
 /// the number is used up. The label must live as long as the record. False when the list holds 32.
 bool filter_check_append(FILTER* filter, const char* label, int default_value);
+/// The section of the settings that is the filter's: its name, with "<folder>" before it for one from a sub-folder.
+std::string filter_section(const FILTER* filter);
 /// The list of plug-in filters for the user: one line each.
 std::string filter_info_text();
 
@@ -54,7 +56,8 @@ int filter_selected(const FILTER* filter);
 /// Selects an entry of a radio list; nothing is told to the filter.
 void filter_select(FILTER* filter, int index);
 /// To be called after check value `index` was written: keeps radio lists and radio groups at exactly one value of 1,
-/// and shows the change. An entry with a negative default keeps that value and is never selected.
+/// and shows the change. With no value of 1 left the entry itself is selected again. An entry with a negative default
+/// keeps that value and is never selected.
 void filter_check_update(FILTER* filter, int index);
 /// Track, check and extra values back to their defaults, without a word to the filter; and with func_update.
 void filter_set_defaults(FILTER* filter);
@@ -117,5 +120,9 @@ struct FILTER_WINDOW_HOOKS {
     void (*show)(FILTER* filter);  // values, selection or switch changed: renews controls and menu marks
     void (*send)(FILTER* filter, uint32_t message, uintptr_t wparam);  // to the filter's window, at once
     void (*post)(FILTER* filter, uint32_t message, uintptr_t wparam);  // the same through the message queue
+    void (*repaint)(FILTER* filter);                                   // what the filter draws into its window changed
+    void (*started)();              // all filters are started and have been told so, not when headless
+    void (*store)(FILTER* filter);  // shut-down: keeps the place of the filter's window
+    void (*stopped)();              // shut-down: the last call into a filter is over
 };
 extern FILTER_WINDOW_HOOKS filter_window_hooks;

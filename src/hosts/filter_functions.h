@@ -26,6 +26,8 @@ int color_extended_update(FILTER* filter, int32_t status);          // filters/c
 int size_change_proc(FILTER* filter, FILTER_PROC_PARAM* param);     // filters/size_change.cpp
 int size_change_update(FILTER* filter, int32_t status);             // filters/size_change.cpp
 
+int histogram_proc(FILTER* filter, FILTER_PROC_PARAM* param);  // filters/histogram.cpp
+
 // filters/audio_volume.cpp, filters/audio_normalise.cpp
 int audio_volume_proc(FILTER* filter, FILTER_PROC_PARAM* param);
 int audio_normalise_proc(FILTER* filter, FILTER_PROC_PARAM* param);

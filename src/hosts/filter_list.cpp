@@ -36,6 +36,11 @@ FILTER* filter_find(const char* name) {
     return nullptr;
 }
 
+std::string filter_section(const FILTER* filter) {
+    const std::string name = filter->name ? filter->name : "";
+    return filter->folder_name ? std::string("<") + filter->folder_name + '>' + name : name;
+}
+
 // ---- plug-in records
 
 FILTER* filter_plugin_add(const FILTER* record, void* module, const char* path, const char* folder) {
@@ -149,6 +154,14 @@ static void number_commands(FILTER* filter, int* next) {
     *next += filter == filter_built_in(STR_FILTER_DEINTERLACE) ? METHOD_IDS : filter->check_count;
 }
 
+// The method's name goes into the holder's list, which takes one more command id with it.
+static void start_method(FILTER* method) {
+    FILTER* holder = filter_built_in(STR_FILTER_DEINTERLACE);
+    method->flags |= FILTER_F_ALWAYS_ON;
+    filter_deinterlace_register(method);
+    if (!filter_headless()) holder->track_store[2] = holder->track_store[1] + holder->check_count - 1;
+}
+
 static void start_all() {
     int next_menu = int(std::size(MENU_ORDER)), next_command = 12100;
     filter_deinterlace_clear();
@@ -157,10 +170,7 @@ static void start_all() {
         resolve_texts(filter_record(filter));
         filter->menu_index = menu_index_of(filter_record(filter), &next_menu);
         fill_host_fields(filter);
-        if (filter->flags & FILTER_F_DEINTERLACE_METHOD) {
-            filter->flags |= FILTER_F_ALWAYS_ON;
-            filter_deinterlace_register(filter);
-        }
+        if (filter->flags & FILTER_F_DEINTERLACE_METHOD) start_method(filter);
         if (filter_headless()) continue;
         number_commands(filter, &next_command);
         if (filter_window_hooks.make) filter_window_hooks.make(filter);
@@ -223,6 +233,7 @@ int filter_system_init(void* main_window, void* instance) {
     ready = true;
     filter_broadcast_send(FILTER_MSG_STARTED, 0);
     filter_broadcast_send(FILTER_MSG_WINDOW_CHANGED, 0);
+    if (!filter_headless() && filter_window_hooks.started) filter_window_hooks.started();
     return 1;
 }
 
@@ -230,10 +241,12 @@ int filter_system_exit() {
     filter_broadcast_send(FILTER_MSG_STOPPING, 0);
     for (int i = 0; i < list_n; ++i) {
         FILTER* filter = list[i];
+        if (filter_window_hooks.store) filter_window_hooks.store(filter);
         filter->func_WndProc = nullptr;
         if (filter->func_exit) filter_call(filter, "FILTER::func_exit()", [&] { filter->func_exit(filter); });
         filter_cache_release(filter);
     }
+    if (filter_window_hooks.stopped) filter_window_hooks.stopped();
     list_clear();
     filter_chain_rebuild();
     filter_deinterlace_clear();

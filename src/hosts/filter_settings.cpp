@@ -28,11 +28,6 @@ static bool has_extra(const FILTER* f) { return f->flags & FILTER_F_EXTRA_DATA; 
 static int block_n(const FILTER* f) { return has_extra(f) ? BLOCK_MAX : BLOCK_EXTRA; }
 static size_t extra_size(const FILTER* f) { return f->extra_data && f->extra_size > 0 ? size_t(f->extra_size) : 0; }
 
-static std::string section_of(const FILTER* f) {
-    const std::string name = f->name ? f->name : "";
-    return f->folder_name ? std::string("<") + f->folder_name + '>' + name : name;
-}
-
 static std::array<BYTE_SPAN, BLOCK_MAX> blocks_of(const FILTER* f) {
     const auto bytes = [](const void* data, size_t n) { return BYTE_SPAN(static_cast<const uint8_t*>(data), n); };
     return {bytes(&f->flags, 4), bytes(&f->chain_order, 4), bytes(f->track_store, 4 * size_t(track_n(f))),
@@ -49,7 +44,7 @@ static void put_u32(BYTES& out, size_t value) {
 }
 
 static void put_record(BYTES& out, const FILTER* f) {
-    const std::string section = section_of(f);
+    const std::string section = filter_section(f);
     const auto blocks = blocks_of(f);
     const auto used = std::span(blocks).first(size_t(block_n(f)));
     size_t size = 4 + section.size() + 1 + 4;
@@ -96,7 +91,7 @@ static BYTE_SPAN section_body(BYTE_SPAN record, const std::string& section) {
 /// The stored blocks of a filter; data() is null for those that the file lacks.
 static std::array<BYTE_SPAN, BLOCK_MAX> find_blocks(BYTE_SPAN file, const FILTER* f) {
     std::array<BYTE_SPAN, BLOCK_MAX> blocks{};
-    const std::string section = section_of(f);
+    const std::string section = filter_section(f);
     BYTE_SPAN rest = file.subspan(HEAD_SIZE), body;
     for (BYTE_SPAN record = next_record(rest); !record.empty() && body.empty(); record = next_record(rest))
         body = section_body(record, section);

@@ -15,18 +15,19 @@ static bool is_one_of_several(const FILTER* filter) {
 }
 
 static int32_t check_default(const FILTER* filter, int index) {
-    return filter->check_defaults ? filter->check_defaults[index] : 0;
+    return filter->check_defaults && index < filter->check_count ? filter->check_defaults[index] : 0;
 }
 
-// The first entry with a value of 1 or more, else the first one that can be selected, else -1.
-static int first_selection(const FILTER* filter) {
-    int fallback = -1;
+// The first entry with a value of 1 or more, else the fallback, if that can be selected, else the first one that can
+// be, else -1.
+static int first_selection(const FILTER* filter, int fallback) {
+    int possible = check_default(filter, fallback) >= 0 ? fallback : -1;
     for (int i = 0; i < filter->check_count; ++i) {
         if (check_default(filter, i) < 0) continue;
         if (filter->check_store[i] >= 1) return i;
-        if (fallback < 0) fallback = i;
+        if (possible < 0) possible = i;
     }
-    return fallback;
+    return possible;
 }
 
 static void set_selection(FILTER* filter, int selected) {
@@ -43,7 +44,7 @@ void filter_check_update(FILTER* filter, int index) {
     if (index < 0 || index >= filter->check_count) return;
     if (is_one_of_several(filter)) {
         const bool clicked = check_default(filter, index) >= 0 && filter->check_store[index] != 0;
-        set_selection(filter, clicked ? index : first_selection(filter));
+        set_selection(filter, clicked ? index : first_selection(filter, index));
     }
     show(filter);
 }
@@ -59,7 +60,7 @@ void filter_select(FILTER* filter, int index) {
 void filter_set_defaults(FILTER* filter) {
     if (filter->track_defaults) std::copy_n(filter->track_defaults, filter->track_count, filter->track_store);
     if (filter->check_defaults) std::copy_n(filter->check_defaults, filter->check_count, filter->check_store);
-    if (is_one_of_several(filter)) set_selection(filter, first_selection(filter));
+    if (is_one_of_several(filter)) set_selection(filter, first_selection(filter, 0));
     if ((filter->flags & FILTER_F_EXTRA_DATA) && filter->extra_defaults && filter->extra_data && filter->extra_size > 0)
         std::memcpy(filter->extra_data, filter->extra_defaults, size_t(filter->extra_size));
     show(filter);

@@ -111,6 +111,7 @@ TEST_F(FILTER_TABLE_TEST, StartsWithDefaultsAndTexts) {
     // Menu entries are numbered in list order; the methods leave room for 96.
     EXPECT_EQ(size->track_values[1], 12100);
     EXPECT_EQ(filter_built_in(STR_FILTER_FIELD_ORDER)->track_values[1], holder->track_values[1] + 96);
+    EXPECT_EQ(holder->track_values[2], holder->track_values[1] + 6);
 }
 
 TEST_F(FILTER_TABLE_TEST, KeepsOneEntryOfARadioListSelected) {
@@ -128,8 +129,8 @@ TEST_F(FILTER_TABLE_TEST, KeepsOneEntryOfARadioListSelected) {
     filter_check_update(color, 0);
     EXPECT_EQ(checks_of(color), (std::vector<int>{-1, 0, 1}));
     color->check_values[2] = 0;
-    filter_check_update(color, 2);  // nothing is left: the first that can be selected
-    EXPECT_EQ(filter_selected(color), 1);
+    filter_check_update(color, 2);  // nothing is left: it stays selected
+    EXPECT_EQ(filter_selected(color), 2);
     // A list that never gets more entries than the record has room for.
     int n = color->check_count;
     while (filter_check_append(color, "more", 0)) ++n;
