@@ -108,7 +108,8 @@ TEST_F(FILTER_CHAIN_TEST, RunsDeinterlaceMethodsByNumberAndToolsByList) {
     EXPECT_EQ(param.flags, uint32_t(PROC_F_FIELDS_SWAPPED));  // the default: top field first
     filter_select(filter_built_in(STR_FILTER_FIELD_ORDER), 0);
     param.flags = PROC_F_FRAME_INVERTED;
-    EXPECT_EQ(steps_of([&] { filter_run_display(&param, profile_current()); }), STEPS{"tool"});
+    EXPECT_EQ(steps_of([&] { filter_run_display(&param, profile_current()); }),
+              (STEPS{language_string(STR_FILTER_HISTOGRAM), "tool"}));
     EXPECT_EQ(param.flags, uint32_t(PROC_F_FRAME_INVERTED));
     filter_system_exit();
     add("tool", FILTER_F_DISPLAY | FILTER_F_ACTIVE);
