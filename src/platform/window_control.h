@@ -35,8 +35,8 @@ enum CONTROL_KIND {
 struct CONTROL_LINE {
     CONTROL_KIND kind;
     int id = 0;
-    std::string text;
-    std::string unit;
+    std::string text = {};
+    std::string unit = {};
     int low = 0, high = 0;
     int width = 0;  // wished width in characters (fields) or pixels (pictures), 0 = usual; height for LIST, TEXT: rows
     int height = 0;

@@ -1,3 +1,4 @@
+#include <QLayout>
 #include <QMainWindow>
 #include <algorithm>
 
@@ -116,7 +117,7 @@ void menu_destroy(MENU* menu) {
 }
 
 void menu_attach(WINDOW* window, MENU* menu) {
-    auto* frame = dynamic_cast<QMainWindow*>(frame_of(window));
+    QWidget* frame = frame_of(window);
     if (!frame || !menu || window->menu == menu) return;
     window_lay_out(window);
     const QSize client = window->widget->size();
@@ -126,7 +127,10 @@ void menu_attach(WINDOW* window, MENU* menu) {
     menu->owner = window;
     menu->bar = new QMenuBar(frame);
     menu->bar->addActions(menu->menu->actions());
-    frame->setMenuBar(menu->bar);
+    if (auto* main = dynamic_cast<QMainWindow*>(frame))
+        main->setMenuBar(menu->bar);
+    else
+        frame->layout()->setMenuBar(menu->bar);
     menu->bar->show();  // at once, or its room would be counted only later
     window_resize_client(window, client.width(), client.height());
     window->quiet = was_quiet;

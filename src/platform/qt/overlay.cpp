@@ -41,6 +41,7 @@ precision highp float;
 #endif
 uniform sampler2D pairs;
 uniform highp vec2 size;
+uniform bool plain;
 varying highp vec2 place;
 
 vec4 pair(float x, float y) {
@@ -57,12 +58,16 @@ void main() {
     vec2 at = clamp(place - 0.5, vec2(0.0), size - 1.0);
     vec2 base = floor(at);
     vec2 mixed = at - base;
-    float y = mix(mix(luma(base.x, base.y), luma(base.x + 1.0, base.y), mixed.x),
-                  mix(luma(base.x, base.y + 1.0), luma(base.x + 1.0, base.y + 1.0), mixed.x), mixed.y);
     float left = floor(at.x * 0.5);
     float across = at.x * 0.5 - left;
-    vec2 c = mix(mix(pair(left, base.y).ga, pair(left + 1.0, base.y).ga, across),
-                 mix(pair(left, base.y + 1.0).ga, pair(left + 1.0, base.y + 1.0).ga, across), mixed.y);
+    vec4 here = pair(left, base.y);
+    vec2 c = mix(here.ga, pair(left + 1.0, base.y).ga, across);
+    float y = across < 0.5 ? here.r : here.b;
+    if (!plain) {  // pixel for pixel there is nothing else to mix
+        y = mix(mix(y, luma(base.x + 1.0, base.y), mixed.x),
+                mix(luma(base.x, base.y + 1.0), luma(base.x + 1.0, base.y + 1.0), mixed.x), mixed.y);
+        c = mix(c, mix(pair(left, base.y + 1.0).ga, pair(left + 1.0, base.y + 1.0).ga, across), mixed.y);
+    }
     // BT.601: luma 16 .. 235, colour 16 .. 240 around 128.
     y = (y * 255.0 - 16.0) / 219.0;
     c = (c * 255.0 - 128.0) / 224.0;
@@ -152,6 +157,7 @@ struct PICTURE_WIDGET : QOpenGLWidget {
         program->bind();
         program->setUniformValue("pairs", 0);
         program->setUniformValue("size", GLfloat(width_of), GLfloat(height_of));
+        program->setUniformValue("plain", dest.width == source.width && dest.height == source.height);
         program->setUniformValue("part", GLfloat(source.left), GLfloat(source.top), GLfloat(source.width),
                                  GLfloat(source.height));
         program->enableAttributeArray(CORNER);

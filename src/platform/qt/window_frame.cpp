@@ -63,6 +63,9 @@ void window_resize_client(WINDOW* window, int width, int height) {
         return;
     }
     if (frame->isMaximized() || frame->isFullScreen()) return;
+    // A least size keeps the client area larger than the frame's room for it, which must not count.
+    const QSize least = window->widget->minimumSize();
+    window->widget->setMinimumSize(0, 0);
     // Twice: a menu bar takes more rows in a narrow window.
     for (int round = 0; round < 2; ++round) {
         window_lay_out(window);
@@ -72,6 +75,7 @@ void window_resize_client(WINDOW* window, int width, int height) {
         else
             frame->setFixedSize(size);
     }
+    window->widget->setMinimumSize(least);
     window_lay_out(window);
     window_tell_size(window);
 }
@@ -79,8 +83,9 @@ void window_resize_client(WINDOW* window, int width, int height) {
 void window_set_min_client(WINDOW* window, int width, int height) {
     QWidget* widget = widget_of(window);
     if (!widget) return;
+    const QSize now = widget->size();  // setting the least size grows the widget alone
     widget->setMinimumSize(std::max(width, 0), std::max(height, 0));
-    const QSize now = widget->size(), least = now.expandedTo(widget->minimumSize());
+    const QSize least = now.expandedTo(widget->minimumSize());
     if (least != now) window_resize_client(window, least.width(), least.height());
 }
 
