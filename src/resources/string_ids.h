@@ -234,6 +234,8 @@ enum STRING_ID : int {
     STR_CLI_SETTINGS_NOT_SAVED = 2125,
     STR_CLI_FATAL_MEMORY = 2126,
     STR_CLI_FATAL_START = 2127,
+    STR_CLI_NO_DISPLAY = 2128,
+    STR_CLI_NO_WINDOW = 2129,
     // buttons and words of several dialogs
     STR_OK = 2200,
     STR_CANCEL = 2201,

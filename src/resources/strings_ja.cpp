@@ -289,6 +289,8 @@ constexpr STRING_TEXT STRINGS_JA[] = {
     {STR_CLI_SETTINGS_NOT_SAVED, "%s: 設定を保存できません。"},
     {STR_CLI_FATAL_MEMORY, "メモリが足りないため起動できません。"},
     {STR_CLI_FATAL_START, "起動できません: %s"},
+    {STR_CLI_NO_DISPLAY, "ディスプレイがないため、ウィンドウを開けません。--help でコマンドラインの説明を表示します。"},
+    {STR_CLI_NO_WINDOW, "ウィンドウを作成できないため起動できません。"},
     // buttons and words of several dialogs
     {STR_OK, "OK"},
     {STR_CANCEL, "キャンセル"},
