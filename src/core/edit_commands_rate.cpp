@@ -7,6 +7,7 @@
 #include "core/media.h"
 #include "core/media_converter.h"
 #include "core/ui_hooks.h"
+#include "hosts/filter.h"
 
 // The play rate: what the numbers of frames and samples mean in time, without a change to any of them.
 
@@ -74,4 +75,5 @@ void command_play_rate(EDIT_STATE* edit, int) {
     edit->shown_wave = 0;  // each frame now has other samples
     edit->shown_wave_n = 0;
     command_changed();
+    filter_broadcast_send(FILTER_MSG_FILE_UPDATED, 0);
 }

@@ -63,20 +63,42 @@ const char* settings_file() {
 
 std::string settings_folder_file(const char* name) { return path_program_folder() + name; }
 
+bool settings_available(const SETTING_ROW& row) {
+#if defined(__x86_64__) || defined(__i386__)
+    if (row.number == &SYSTEM_SETTINGS::sse) return __builtin_cpu_supports("sse");
+    if (row.number == &SYSTEM_SETTINGS::sse2) return __builtin_cpu_supports("sse2");
+#endif
+    (void)row;
+    return true;
+}
+
 static int bounded(const SETTING_ROW& row, int value) {
+    if (!settings_available(row)) return 0;
     if (row.low == 0 && row.high == 1) return value != 0;  // a switch: any other value is on
     return std::clamp(value, row.low, row.high);
 }
 
-void settings_read() {
+void settings_bound(SYSTEM_SETTINGS* settings) {
+    for (const SETTING_ROW& row : SETTING_TABLE)
+        if (row.number) settings->*row.number = bounded(row, settings->*row.number);
+    for (int* size : {&settings->width, &settings->height}) *size = (*size + 7) / 8 * 8;
+}
+
+void settings_read_to(SYSTEM_SETTINGS* settings) {
     for (const SETTING_ROW& row : SETTING_TABLE) {
         if (row.number)
-            system_settings.*row.number =
-                bounded(row, ini_read_int(settings_file(), SECTION, row.key, row.default_number));
+            settings->*row.number = ini_read_int(settings_file(), SECTION, row.key, row.default_number);
         else
-            ini_read_text(settings_file(), SECTION, row.key, system_settings.*row.text, row.default_text);
+            ini_read_text(settings_file(), SECTION, row.key, settings->*row.text, row.default_text);
     }
-    for (int* size : {&system_settings.width, &system_settings.height}) *size = (*size + 7) / 8 * 8;
+    settings_bound(settings);
+}
+
+void settings_read() { settings_read_to(&system_settings); }
+
+bool settings_write(const SETTING_ROW& row, const SYSTEM_SETTINGS& settings) {
+    return row.number ? ini_write_int(settings_file(), SECTION, row.key, settings.*row.number)
+                      : ini_write_text(settings_file(), SECTION, row.key, settings.*row.text);
 }
 
 void settings_write_int(const char* key, int value) { ini_write_int(settings_file(), SECTION, key, value); }

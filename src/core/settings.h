@@ -41,6 +41,9 @@ extern SYSTEM_SETTINGS system_settings;
 
 /// Reads section `system` of the settings file and applies all bounds.
 void settings_read();
+/// The same into another record, and the bounds alone.
+void settings_read_to(SYSTEM_SETTINGS* settings);
+void settings_bound(SYSTEM_SETTINGS* settings);
 /// Writes one value of section `system`; the running value stays.
 void settings_write_int(const char* key, int value);
 void settings_write_text(const char* key, const char* value);
@@ -58,6 +61,11 @@ struct SETTING_ROW {
 };
 extern const SETTING_ROW SETTING_TABLE[];
 extern const int SETTING_N;
+
+/// Whether the machine has what a setting switches; without, it stays 0.
+bool settings_available(const SETTING_ROW& row);
+/// Writes the value of one row to the file; false when that fails.
+bool settings_write(const SETTING_ROW& row, const SYSTEM_SETTINGS& settings);
 
 /// "<folder>vantel.ini" of the program's folder, and "<folder>NAME" of any other file in it (code page 932).
 const char* settings_file();

@@ -54,6 +54,7 @@ static bool ask_path(const EDIT_STATE* edit, OPEN_REQUEST* request, const char* 
     const bool sound = request->flags & OPEN_SOUND;
     dialog.title = dialog_title(request->flags);
     dialog.rate_index = sound ? -1 : fps_list.no_conversion;
+    dialog.load = sound ? FILE_LOAD_SOUND : request->flags & OPEN_APPEND ? FILE_LOAD_APPEND : FILE_LOAD_NEW;
     text_copy(dialog.path, sizeof dialog.path, path ? path : edit->file_name);
     if (sound && edit_settings.audioext[0]) path_set_extension(dialog.path, dialog.path, edit_settings.audioext);
     if (!ui_hooks.file_dialog || !ui_hooks.file_dialog(&dialog)) return false;
@@ -302,6 +303,8 @@ void source_edit_opened(EDIT_STATE* edit, bool fresh) {
         frame_clipboard_clear();
     }
     if (ui_hooks.edit_changed) ui_hooks.edit_changed();
+    if (fresh) filter_broadcast_send(FILTER_MSG_FILE_OPENED, 0);
+    filter_broadcast_send(FILTER_MSG_EDIT_CHANGED, 0);
 }
 
 static void after_load(EDIT_STATE* edit, const OPEN_REQUEST& request) {
@@ -370,6 +373,7 @@ static void free_clips(EDIT_STATE* edit) {
 int close_edit(EDIT_STATE* edit) {
     if (!(edit->edit_flag & EDIT_OPEN)) return 1;
     if (edit->edit_flag & EDIT_SAVING) return 0;
+    filter_broadcast_send(FILTER_MSG_FILE_CLOSING, 0);
     free_clips(edit);
     profile_drop_temporary(edit);
     for (SOURCE_SLOT& slot : edit->source)
@@ -380,6 +384,7 @@ int close_edit(EDIT_STATE* edit) {
     edit->edit_flag &= ~uint32_t{EDIT_OPEN};
     edit->view.view_flag &= ~uint32_t{VIEW_EDIT_SHOWN};
     if (ui_hooks.edit_changed) ui_hooks.edit_changed();
+    filter_broadcast_send(FILTER_MSG_EDIT_CHANGED, 0);
     return 1;
 }
 

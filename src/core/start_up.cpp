@@ -9,25 +9,23 @@
 #include "core/edit_settings.h"
 #include "core/edit_state.h"
 #include "core/exception_report.h"
-#include "core/fps_list.h"
 #include "core/frame_table.h"
 #include "core/memory.h"
 #include "core/profile.h"
-#include "core/settings.h"
+#include "core/settings_store.h"
 #include "core/source.h"
+#include "core/ui_hooks.h"
 #include "hosts/filter.h"
 #include "output/avi_writer.h"
 #include "persist/project_resume.h"
 #include "pipeline/frame_cache.h"
 #include "pipeline/worker_pool.h"
-#include "pixels/convert.h"
 #include "pixels/frame_buffer.h"
-#include "platform/simd.h"
-#include "platform/thread.h"
 #include "readers/codec.h"
 #include "readers/input_table.h"
 
 static bool window_mode_now;
+static void* main_window;  // null: none, also in window mode
 
 bool start_up_window_mode() { return window_mode_now; }
 
@@ -39,23 +37,22 @@ static bool allocate_edit_state() {
 static void apply_settings() {
     const SYSTEM_SETTINGS& s = system_settings;
     frame_geometry = frame_geometry_make(s.width, s.height, s.yuy2mode ? PIXEL_SIZE_YUY2 : PIXEL_SIZE_YC48);
-    simd_enabled = s.sse && s.sse2;
-    yuy2_limit = s.yuy2limit;
-    avi_writer_set_unit(s.saveunitsize);
     avi_writer_set_frame_limit(s.frame);
+    settings_apply();
 }
 
-static void start_workers() {
-    const int n = system_settings.multithread ? system_settings.multithread : processor_count();
-    worker_pool_start(n, {system_settings.multithreadexcept != 0, system_settings.threadcpuseparate != 0});
+static bool make_window(EDIT_STATE* edit) {
+    if (!window_mode_now || !ui_hooks.window_make) return true;
+    main_window = ui_hooks.window_make(edit);
+    return main_window != nullptr;
 }
 
 static bool create_edit_content(EDIT_STATE* edit) {
     std::memset(edit, 0, sizeof *edit);
     edit->audio_setting.interleave = 1;
     if (!frame_table_alloc(system_settings.frame) || !frame_cache_start()) return false;
-    fps_list_parse(&fps_list, system_settings.fpslist);
     edit_settings_read(edit);
+    if (!make_window(edit)) return false;
     compression_settings_read(edit);
     return true;
 }
@@ -67,16 +64,17 @@ EDIT_STATE* start_up(bool window_mode) {
     exception_report_install();
     settings_read();
     apply_settings();
-    start_workers();
+    settings_start_workers();
     input_table_init();
     codec_system_init();
     if (!create_edit_content(edit_state)) {
         shut_down();
         return nullptr;
     }
-    filter_system_init(0, window_mode ? edit_state : nullptr);
+    filter_system_init(main_window, window_mode ? edit_state : nullptr);
     profile_system_init(window_mode);
     if (window_mode) project_resume_load(edit_state);
+    if (main_window && ui_hooks.window_started) ui_hooks.window_started(edit_state);
     return edit_state;
 }
 
@@ -89,6 +87,8 @@ void shut_down() {
     profile_system_exit();
     filter_system_exit();
     if (window_mode_now) compression_settings_write(edit);
+    if (main_window && ui_hooks.window_store) ui_hooks.window_store(edit);
+    main_window = nullptr;
     if (window_mode_now) edit_settings_write(edit);
     frame_cache_stop();
     frame_table_free();

@@ -1,5 +1,6 @@
 #include "output/progress.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "core/ui_hooks.h"
@@ -108,6 +109,11 @@ void progress_text(char* buffer, size_t size) {
                   language_string(STR_PROGRESS_REMAINING), left, rate);
 }
 
+int progress_permille() {
+    if (run.total < 1) return -1;
+    return run.n < 1 ? 0 : int(std::min<int64_t>(int64_t{run.n} * 1000 / run.total, 1000));
+}
+
 static void show_on_terminal(const char* text) {
     std::fprintf(stderr, "\r\x1b[K%s", text_to_utf8(text).c_str());
     std::fflush(stderr);
@@ -127,4 +133,5 @@ void progress_show() {
 void progress_end() {
     if (line_open) std::fputs("\r\x1b[K", stderr);
     line_open = false;
+    run.total = 0;
 }

@@ -19,6 +19,8 @@ void progress_text(char* buffer, size_t size);
 /// Shows the text when it is due: in the title, or without a window, when progress_terminal is on, on one line of
 /// standard error that is written over.
 void progress_show();
+/// How far the run is, 0 .. 1000; -1 when none runs.
+int progress_permille();
 /// Ends what progress_show began: the terminal's line is cleared, the title is the caller's again.
 void progress_end();
 /// Shows progress on standard error (option -q with a terminal there).

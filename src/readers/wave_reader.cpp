@@ -48,7 +48,7 @@ int wave_reader_init() {
 }
 
 int wave_reader_config(void*, void*) {
-    SIZE_DIALOG dialog{picture_width, picture_height};
+    SIZE_DIALOG dialog{picture_width, picture_height, "WAV_OPTION"};
     if (!ui_hooks.ask_size || !ui_hooks.ask_size(&dialog)) return 0;
     wave_reader_set_size(dialog.width, dialog.height);
     ini_write_int(settings_file(), SECTION, "w", picture_width);
