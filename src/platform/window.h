@@ -135,6 +135,8 @@ intptr_t window_default(WINDOW* window, uint32_t message, uintptr_t wparam, intp
 bool window_system_start(const char* name);
 void window_system_stop();
 bool window_system_running();
+/// The language of what the desktop's own boxes and buttons say, as "ja"; where it is not known they stay English.
+void window_system_language(const char* code);
 /// Whether a person can see the windows.
 bool window_system_visible();
 

@@ -1,5 +1,7 @@
 #include <QApplication>
+#include <QLibraryInfo>
 #include <QScreen>
+#include <QTranslator>
 #include <clocale>
 #include <cstdio>
 #include <memory>
@@ -14,6 +16,7 @@ struct WINDOW_SYSTEM {
     int argc = 1;
     char* argv[2] = {};
     std::unique_ptr<QApplication> app;
+    std::unique_ptr<QTranslator> words;
     bool visible = false;
     bool quit = false;
     int quit_code = 0;
@@ -76,6 +79,15 @@ bool window_system_start(const char* name) {
     return true;
 }
 
+void window_system_language(const char* code) {
+    WINDOW_SYSTEM& s = window_system();
+    if (!s.app) return;
+    s.words = std::make_unique<QTranslator>();
+    if (s.words->load(QStringLiteral("qtbase_") + QString::fromUtf8(code),
+                      QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(s.words.get());
+}
+
 void window_system_stop() {
     WINDOW_SYSTEM& s = window_system();
     if (!s.app) return;
@@ -86,6 +98,7 @@ void window_system_stop() {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     picture_clear();
     s.app.reset();
+    s.words.reset();
     qInstallMessageHandler(nullptr);
 }
 
