@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -10,8 +11,10 @@
 #include "core/start_up.h"
 #include "output/progress.h"
 #include "output/save.h"
+#include "platform/window.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
+#include "ui/main_window.h"
 
 // Answers that need no edit. True when the program is done.
 static bool answered(const std::vector<std::string>& tokens) {
@@ -31,19 +34,52 @@ static void tell_saved(const EDIT_STATE* edit) {
         message_note(STR_CLI_SAVED, edit->save_name, report.written, report.written / seconds);
 }
 
-int main(int argc, char** argv) {
-    const std::vector<std::string> tokens(argv + 1, argv + argc);
-    if (answered(tokens)) return 0;
-    save_signals_install();
+// Without a window: nothing would keep the program alive behind its command line.
+static int run_in_shell(const std::vector<std::string>& tokens) {
     progress_terminal(command_line_has(tokens, "-q") && isatty(STDERR_FILENO));
     EDIT_STATE* edit = start_up(true);
     if (!edit) {
         message_warn(STR_CLI_FATAL_MEMORY);
         return 1;
     }
-    // There is no window that would keep the program alive behind its command line.
     const COMMAND_RESULT result = run_command_line(edit, tokens);
     if (result.done && isatty(STDERR_FILENO)) tell_saved(edit);
     shut_down();
     return result.done ? 0 : 1;
+}
+
+static int run_with_window(const std::vector<std::string>& tokens) {
+    if (!window_system_start("vantel")) {
+        message_warn(STR_CLI_NO_WINDOW);
+        return 1;
+    }
+    main_window_install();
+    int code = 1;
+    if (start_up(true)) {
+        if (!tokens.empty()) main_window_run_later(tokens);
+        code = window_run();
+    } else {
+        message_warn(STR_CLI_NO_WINDOW);
+    }
+    shut_down();
+    window_system_stop();
+    return code;
+}
+
+static bool display_there() {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+        const char* value = std::getenv(name);
+        if (value && *value) return true;
+    }
+    return false;
+}
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> tokens(argv + 1, argv + argc);
+    if (answered(tokens)) return 0;
+    save_signals_install();
+    if (!command_line_has(tokens, "-q") && display_there()) return run_with_window(tokens);
+    if (!tokens.empty()) return run_in_shell(tokens);
+    message_warn(STR_CLI_NO_DISPLAY);
+    return 1;
 }

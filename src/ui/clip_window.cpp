@@ -1,0 +1,69 @@
+#include <algorithm>
+
+#include "filters/clip_resize.h"
+#include "platform/text.h"
+#include "platform/window_control.h"
+#include "resources/language.h"
+#include "resources/string_ids.h"
+#include "ui/filter_window_tools.h"
+
+// Below the tracks: the size to which the clip is resized, and whether it keeps that shape.
+static constexpr int ID_SIZE = 20000, ID_ASPECT = 20001;
+static constexpr int ROW = 24, LEFT = 6, BOX_WIDTH = 120, BETWEEN = 8;
+
+static void place(WINDOW* window) {
+    const RECT client = window_client(window);
+    const int top = client.height - ROW - 2, right = LEFT + BOX_WIDTH + BETWEEN;
+    control_place(control_of(window, ID_SIZE), {LEFT, top, BOX_WIDTH, ROW});
+    control_place(control_of(window, ID_ASPECT), {right, top, std::max(client.width - right - LEFT, 1), ROW});
+}
+
+// A text that says what is stored stays, so that typing is not disturbed.
+static void show(WINDOW* window, const FILTER* filter) {
+    const CLIP_TARGET target = clip_target_get(filter);
+    WINDOW* size = control_of(window, ID_SIZE);
+    CLIP_TARGET typed = target;
+    clip_target_parse(text_from_utf8(control_text(size)).c_str(), &typed);
+    char label[64];
+    clip_target_label(target, label, sizeof label);
+    if (window_focused() != size || typed.width != target.width || typed.height != target.height)
+        control_set_text(size, text_to_utf8(label));
+    control_check(control_of(window, ID_ASPECT), target.keep_aspect != 0);
+}
+
+static void make(WINDOW* window, const FILTER* filter) {
+    WINDOW* size = control_create(window, {CONTROL_COMBO, ID_SIZE, {}, {}, 1}, {});
+    for (int i = 0; const char* entry = clip_target_entry(i); ++i) rows_add(size, text_to_utf8(entry));
+    control_create(window, {CONTROL_CHECK, ID_ASPECT, language_text_utf8(STR_CHECK_KEEP_ASPECT), {}}, {});
+    place(window);
+    show(window, filter);
+}
+
+static int chosen(WINDOW* window, FILTER* filter, int id, int note) {
+    if (id != ID_SIZE && id != ID_ASPECT) return 0;
+    if (id == ID_SIZE && note != NOTE_SELECTED && note != NOTE_CHANGED) return 0;
+    CLIP_TARGET target = clip_target_get(filter);
+    const CLIP_TARGET old = target;
+    clip_target_parse(text_from_utf8(control_text(control_of(window, ID_SIZE))).c_str(), &target);
+    target.keep_aspect = control_checked(control_of(window, ID_ASPECT));
+    clip_target_set(filter, target);
+    return target.width != old.width || target.height != old.height || target.keep_aspect != old.keep_aspect;
+}
+
+static void enable(WINDOW* window, bool on) {
+    window_enable(control_of(window, ID_SIZE), on);
+    window_enable(control_of(window, ID_ASPECT), on);
+}
+
+int clip_window_proc(void* handle, uint32_t message, uintptr_t wparam, intptr_t, EDIT_STATE*, FILTER* filter) {
+    WINDOW* window = static_cast<WINDOW*>(handle);
+    switch (message) {
+        case FILTER_MSG_STARTED: make(window, filter); return 0;
+        case FILTER_MSG_SETTING_CHANGED: show(window, filter); return 0;
+        case WM_SIZE: place(window); return 0;
+        case WM_COMMAND: return chosen(window, filter, command_id(wparam), command_note(wparam));
+        case FILTER_MSG_SAVE_START: enable(window, false); return 0;
+        case FILTER_MSG_SAVE_END: enable(window, true); return 0;
+        default: return 0;
+    }
+}

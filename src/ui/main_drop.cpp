@@ -1,0 +1,29 @@
+#include "core/settings.h"
+#include "core/source.h"
+#include "platform/path.h"
+#include "platform/text.h"
+#include "ui/main_parts.h"
+#include "ui/main_window.h"
+
+static bool extension_is(const std::string& path, const char* extension) {
+    return text_compare_nocase(path_extension(path.c_str()), extension) == 0;
+}
+
+void main_open_file(EDIT_STATE* edit, const char* path, uint32_t flags) {
+    if (extension_is(path, ".vtp")) flags |= OPEN_PROJECT;
+    if ((flags & OPEN_APPEND) || confirm_close(edit)) open_file(edit, path, flags);
+}
+
+// Only the first file counts.
+unsigned main_drop(const MAIN_MESSAGE& m) {
+    if (main_busy() || window_dropped_files().empty()) return STEP_GO_ON;
+    const std::string path = text_from_utf8(window_dropped_files().front());
+    const bool append = key_held(KEY_CONTROL), open = m.edit->edit_flag & EDIT_OPEN;
+    const uint32_t flags = system_settings.dragdropdialog ? OPEN_ASK : 0u;
+    window_activate(m.window);
+    if (open && extension_is(path, ".wav"))
+        open_file(m.edit, path.c_str(), flags | OPEN_SOUND);
+    else
+        main_open_file(m.edit, path.c_str(), append ? flags | OPEN_APPEND : flags);
+    return STEP_REDRAW;
+}

@@ -1,0 +1,19 @@
+#include "ui/priority.h"
+
+#include <algorithm>
+
+#include "core/edit_settings.h"
+#include "platform/thread.h"
+
+int priority_apply(int level) {
+    level = std::clamp(level, -2, 3);
+    while (level > 0 && !process_set_priority(level)) --level;
+    // Going back up needs a privilege, too, so a process that was slowed down may have to stay slow.
+    if (level <= 0) process_set_priority(level);
+    return level;
+}
+
+int priority_choose(int level) {
+    edit_settings.priority = level;
+    return priority_apply(level);
+}

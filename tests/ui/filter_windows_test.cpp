@@ -1,0 +1,543 @@
+#include "ui/filter_windows.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "core/edit_state.h"
+#include "core/settings.h"
+#include "filters/clip_resize.h"
+#include "filters/histogram.h"
+#include "hosts/filter.h"
+#include "pixels/frame_buffer.h"
+#include "platform/guard.h"
+#include "platform/image.h"
+#include "platform/ini.h"
+#include "platform/window_control.h"
+#include "platform/window_input.h"
+#include "resources/language.h"
+#include "resources/string_ids.h"
+#include "resources/templates.h"
+#include "ui/filter_window_parts.h"
+
+using STEPS = std::vector<std::string>;
+static STEPS steps;  // what filters saw, in order
+static int redraws;
+static int result_of_proc;
+
+static int note_proc(void*, uint32_t message, uintptr_t wparam, intptr_t lparam, EDIT_STATE*, FILTER* filter) {
+    const bool wanted = message == WM_COMMAND || message == WM_HSCROLL || message == WM_CLOSE ||
+                        (message > WM_USER && message < WM_USER + 200);
+    if (!wanted) return 0;
+    steps.push_back(std::string(filter->name) + " " + std::to_string(message) + " " + std::to_string(wparam) + " " +
+                    std::to_string(lparam));
+    return result_of_proc;
+}
+static int note_update(FILTER* filter, int32_t status) {
+    steps.push_back(std::string(filter->name) + " update " + std::to_string(status));
+    return 1;
+}
+static int crash_proc(void*, uint32_t message, uintptr_t, intptr_t, EDIT_STATE*, FILTER*) {
+    return message == FILTER_MSG_IMPORT || message == FILTER_MSG_MAIN_KEY_DOWN ? std::raise(SIGSEGV) : 0;
+}
+
+static intptr_t main_proc(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+    if (message == WM_MOVE) filter_main_forward(FILTER_MSG_MAIN_RESIZED, 0, 0, edit_state);
+    if (filter_windows_route(window, message, wparam, lparam, edit_state)) ++redraws;
+    return window_default(window, message, wparam, lparam);
+}
+
+/// A main window with its menu, and a filter table of the test's own records.
+struct FilterWindows : testing::Test {
+    std::unique_ptr<EDIT_STATE> edit = std::make_unique<EDIT_STATE>();
+    WINDOW* main = nullptr;
+    MENU* menu = nullptr;
+    static inline STEPS faults;
+
+    const char *track_label[2] = {"one", "two"}, *check_label[3] = {"a", "b", "push"};
+    int32_t track_default[2] = {5, 0}, track_low[2] = {2, -100}, track_high[2] = {7, 1000};
+    int32_t check_default[3] = {0, 1, -1};
+
+    static void SetUpTestSuite() { ASSERT_TRUE(window_system_start("vantel test")); }
+    static void TearDownTestSuite() { window_system_stop(); }
+    void SetUp() override {
+        std::filesystem::remove(settings_file());
+        steps.clear();
+        faults.clear();
+        redraws = result_of_proc = 0;
+        edit_state = edit.get();
+        filter_windows_calls.redraw = [](EDIT_STATE*) { ++redraws; };
+        guard_reporter = [](const GUARD_FAULT&, const char* name, const char* place) {
+            faults.push_back(std::string(name) + " " + place);
+            return true;
+        };
+        main = window_create({.kind = WINDOW_MAIN,
+                              .flags = 0,
+                              .title = "main",
+                              .owner = nullptr,
+                              .proc = main_proc,
+                              .x = 50,
+                              .y = 60,
+                              .width = 300,
+                              .height = 200});
+        menu = menu_create(language_menu("VANTEL"));
+        menu_attach(main, menu);
+        filter_windows_install(main, menu);
+    }
+    void TearDown() override {
+        filter_system_exit();
+        window_destroy(main);
+        filter_windows_calls = {};
+        guard_reporter = nullptr;
+        edit_state = nullptr;
+        window_pump();
+    }
+
+    FILTER record(const char* name, uint32_t flags) {
+        FILTER filter{};
+        filter.name = name;
+        filter.flags = flags;
+        filter.track_count = 2;
+        filter.track_labels = track_label;
+        filter.track_defaults = track_default;
+        filter.track_lows = track_low;
+        filter.track_highs = track_high;
+        filter.check_count = 3;
+        filter.check_labels = check_label;
+        filter.check_defaults = check_default;
+        filter.func_WndProc = note_proc;
+        filter.func_update = note_update;
+        return filter;
+    }
+    FILTER* add(const FILTER& filter, const char* folder = nullptr) {
+        return filter_plugin_add(&filter, this, "/plugins/test.vtf", folder);
+    }
+    FILTER* add(const char* name, uint32_t flags = 0) { return add(record(name, flags)); }
+    /// Everything that start-up posts is handled and forgotten.
+    void start() {
+        filter_system_init(main, this);
+        window_pump();
+        steps.clear();
+        redraws = 0;
+    }
+    static WINDOW* window(const FILTER* filter) { return static_cast<WINDOW*>(filter->window); }
+    static WINDOW* control(void* handle) { return static_cast<WINDOW*>(handle); }
+    int command(const FILTER* filter, int id, intptr_t lparam = 0) {
+        return filter_windows_route(window(filter), WM_COMMAND, uintptr_t(id), lparam, edit.get());
+    }
+    int from_menu(int id) { return filter_windows_route(main, WM_COMMAND, uintptr_t(id), 0, edit.get()); }
+    static std::string text(const FILTER* filter, int i) { return control_text(control(filter->track_edits[i])); }
+};
+
+TEST_F(FilterWindows, MakesWindowsFromRecords) {
+    const FILTER* filter = add(record("plain", 0), "sub");
+    FILTER none_record = record("none", FILTER_F_NO_WINDOW);
+    const FILTER* none = add(none_record);
+    const FILTER* always = add("always", FILTER_F_ALWAYS_ON);
+    start();
+    ASSERT_NE(filter->window, nullptr);
+    EXPECT_EQ(window_title(window(filter)), "<sub>plain");
+    EXPECT_EQ(filter->main_window, main);
+    EXPECT_FALSE(window_shown(window(filter)));
+    EXPECT_EQ(none->window, nullptr);
+    EXPECT_NE(filter->active_box, nullptr);
+    EXPECT_EQ(always->active_box, nullptr);
+    EXPECT_GE(window_client(window(filter)).width, 314);
+    EXPECT_GE(window_client(window(filter)).height, 2 * 24 + 3 * 20 + 18);
+    // The frame goes round all the controls, however many they are.
+    const RECT color = window_client(window(filter_built_in(STR_FILTER_COLOR_EXTENDED)));
+    const RECT color_frame = window_frame(window(filter_built_in(STR_FILTER_COLOR_EXTENDED)));
+    EXPECT_GE(color_frame.top + color_frame.height, color.top + color.height);
+    EXPECT_GE(color.height, 15 * 24 + 3 * 20 + 18);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(control_text(control(filter->track_names[i])), track_label[i]);
+        EXPECT_EQ(control_id(control(filter->track_bars[i])), 12000);
+        EXPECT_EQ(control_id(control(filter->track_lefts[i])), 12002);
+        EXPECT_EQ(control_id(control(filter->track_rights[i])), 12003);
+        EXPECT_EQ(control_id(control(filter->track_edits[i])), 13100 + i);
+        EXPECT_EQ(control_value(control(filter->track_bars[i])), track_default[i]);
+        EXPECT_EQ(text(filter, i), std::to_string(track_default[i]));
+    }
+    EXPECT_EQ(control_id(control(filter->check_boxes[0])), 12001);
+    EXPECT_EQ(control_id(control(filter->check_boxes[1])), 12001);
+    EXPECT_TRUE(control_checked(control(filter->check_boxes[1])));
+    EXPECT_EQ(control_id(control(filter->check_boxes[2])), 12006);
+}
+
+TEST_F(FilterWindows, SizeWordsAndPlaces) {
+    EXPECT_EQ(filter_window_size(FILTER_SIZE_CLIENT | 256, 314, 10), 256);
+    EXPECT_EQ(filter_window_size(258, 314, 10), 248);
+    EXPECT_EQ(filter_window_size(FILTER_SIZE_CLIENT | FILTER_SIZE_ADD | 24, 114, 10), 138);
+    EXPECT_EQ(filter_window_size(FILTER_SIZE_ADD | 24, 114, 10), 128);
+    EXPECT_EQ(filter_window_size(FILTER_SIZE_CLIENT, 314, 10), 314);
+    EXPECT_EQ(filter_window_size(0xFFFFFFFF, 0, 0), 16384);
+    const POINT place = filter_window_place(46, 1080);  // 45 rows
+    EXPECT_EQ(place.x * 10000 + place.y, 1570024);
+    EXPECT_EQ(filter_window_place(1, 10).x, 157);  // a desktop of no rows
+
+    FILTER r = record("own", FILTER_F_OWN_SIZE | FILTER_F_ALWAYS_ON);
+    r.track_count = r.check_count = 0;
+    r.pos_x = FILTER_SIZE_CLIENT | 200;
+    r.pos_y = FILTER_SIZE_CLIENT | 50;
+    const FILTER* own = add(r);
+    start();
+    EXPECT_EQ(window_client(window(own)).width * 1000 + window_client(window(own)).height, 200050);
+}
+
+TEST_F(FilterWindows, StepButtonsStopAtTheLimits) {
+    const FILTER* filter = add("f");
+    start();
+    EXPECT_EQ(command(filter, 12003, 0), 1);
+    EXPECT_EQ(command(filter, 12003, 0), 1);
+    EXPECT_EQ(filter->track_values[0], 7);
+    EXPECT_EQ(text(filter, 0), "7");
+    EXPECT_EQ(control_value(control(filter->track_bars[0])), 7);
+    EXPECT_EQ(steps, (STEPS{"f update 65536", "f update 65536"}));
+    steps.clear();
+    EXPECT_EQ(command(filter, 12003, 0), 0);
+    EXPECT_EQ(command(filter, 12003, 2), 0);  // no such track
+    EXPECT_EQ(steps, (STEPS{"f 273 12003 0", "f 273 12003 2"}));
+    EXPECT_EQ(command(filter, 12002, 1), 1);
+    EXPECT_EQ(filter->track_values[1], -1);
+    // The button itself, which knows nothing of numbers.
+    window_show(window(filter), true);
+    window_pump();
+    input_press(control(filter->track_lefts[1]), {5, 5}, INPUT_LEFT);
+    input_release(control(filter->track_lefts[1]), {5, 5}, INPUT_LEFT);
+    window_pump();
+    EXPECT_EQ(filter->track_values[1], -2);
+    EXPECT_EQ(redraws, 1);
+}
+
+TEST_F(FilterWindows, SlidersSetAllTracksThatMoved) {
+    const FILTER* filter = add("f");
+    start();
+    control_set_value(control(filter->track_bars[1]), 44);
+    const auto scroll = [&](int code) {
+        return filter_windows_route(window(filter), WM_HSCROLL, uintptr_t(code), 0, edit.get());
+    };
+    EXPECT_EQ(scroll(SCROLL_ENDS), 0);
+    EXPECT_EQ(scroll(SCROLL_THUMB_DONE), 0);
+    EXPECT_EQ(filter->track_values[1], 0);
+    EXPECT_EQ(scroll(SCROLL_THUMB_MOVES), 1);
+    EXPECT_EQ(filter->track_values[1], 44);
+    EXPECT_EQ(text(filter, 1), "44");
+    EXPECT_EQ(steps.back(), "f update 65537");
+    steps.clear();
+    EXPECT_EQ(scroll(SCROLL_PAGE_MORE), 0);  // the window's own bar moved, no track
+    EXPECT_EQ(steps, STEPS{"f 276 3 0"});
+}
+
+TEST_F(FilterWindows, NumberFieldsFollowWhatIsTyped) {
+    const FILTER* filter = add("f");
+    start();
+    WINDOW *edit_one = control(filter->track_edits[0]), *edit_two = control(filter->track_edits[1]);
+    window_show(window(filter), true);
+    window_activate(window(filter));
+    window_focus(edit_two);
+    window_pump();
+    ASSERT_EQ(window_focused(), edit_two);
+    input_text(edit_two, "12");  // in place of the selected text
+    window_pump();
+    EXPECT_EQ(filter->track_values[1], 12);
+    EXPECT_EQ(control_value(control(filter->track_bars[1])), 12);
+    const auto type = [&](WINDOW* edit_box, const char* typed) {
+        control_select_all(edit_box);
+        input_key(edit_box, KEY_BACK);
+        if (*typed) input_text(edit_box, typed);
+        window_pump();
+        return control_text(edit_box);
+    };
+    EXPECT_EQ(type(edit_two, "-"), "-");
+    EXPECT_EQ(filter->track_values[1], 0);
+    EXPECT_EQ(type(edit_two, "4000"), "4000");
+    EXPECT_EQ(filter->track_values[1], 1000);
+    window_focus(edit_one);
+    window_pump();
+    EXPECT_EQ(text(filter, 1), "1000");
+    EXPECT_EQ(type(edit_one, "-"), "-");  // 0 is below the limit
+    EXPECT_EQ(filter->track_values[0], 2);
+    EXPECT_EQ(type(edit_one, ""), "");
+    EXPECT_EQ(filter->track_values[0], 5);  // the default
+    filter_window_hooks.show(const_cast<FILTER*>(filter));
+    EXPECT_EQ(text(filter, 0), "");
+    EXPECT_EQ(command(filter, 12003, 0), 1);  // a value from elsewhere is shown
+    EXPECT_EQ(text(filter, 0), "6");
+    EXPECT_EQ(filter_window_typed(filter, 1, " +12x"), 12);
+    EXPECT_EQ(filter_window_typed(filter, 1, "-99999999999999999999999"), -100);
+    EXPECT_EQ(filter_window_typed(filter, 1, std::string(32, ' ') + "9"), 0);
+}
+
+TEST_F(FilterWindows, ChecksToggleOrActAsOneOfSeveral) {
+    const FILTER* plain = add("plain");
+    const FILTER* group = add("group", FILTER_F_RADIO_CHECKS);
+    start();
+    const auto click = [&](const FILTER* filter, int i, bool on) {
+        control_check(control(filter->check_boxes[i]), on);
+        return command(filter, 12001);
+    };
+    EXPECT_EQ(click(plain, 0, true), 1);
+    EXPECT_EQ(plain->check_values[0] * 10 + plain->check_values[1], 11);
+    EXPECT_EQ(steps, STEPS{"plain update 131072"});
+    EXPECT_EQ(click(group, 0, true), 1);
+    EXPECT_EQ(group->check_values[0] * 10 + group->check_values[1], 10);
+    EXPECT_FALSE(control_checked(control(group->check_boxes[1])));
+    EXPECT_EQ(click(group, 0, false), 1);  // the selected one
+    EXPECT_EQ(group->check_values[0], 1);
+    EXPECT_TRUE(control_checked(control(group->check_boxes[0])));
+    EXPECT_EQ(group->check_values[2], -1);
+    steps.clear();
+    EXPECT_EQ(command(plain, 12006), 0);  // push buttons are the filter's own business
+    EXPECT_EQ(steps, STEPS{"plain 273 12006 0"});
+}
+
+TEST_F(FilterWindows, ListsInTheMenu) {
+    FILTER r = record("radio", FILTER_F_MENU_RADIO | FILTER_F_SUBMENU);
+    check_label[2] = nullptr;  // a number without an entry
+    check_default[2] = 0;
+    r.track_count = 0;
+    FILTER* radio = add(r);
+    r.name = "checks";
+    r.flags = FILTER_F_MENU_CHECKS | FILTER_F_SHARED_MENU | FILTER_F_ALWAYS_ON;
+    FILTER* checks = add(r);
+    start();
+    const int first = radio->track_values[1], second = checks->track_values[1];
+    EXPECT_EQ(second, first + 3);
+    EXPECT_EQ(menu_holding(menu, first), menu_holding(menu, second));
+    EXPECT_EQ(menu_holding(menu, first), radio->menu);
+    EXPECT_FALSE(menu_has(menu, first + 2));
+    EXPECT_TRUE(menu_checked(menu, first + 1));
+    EXPECT_EQ(from_menu(first), 1);
+    EXPECT_TRUE(menu_checked(menu, first) && !menu_checked(menu, first + 1));
+    EXPECT_EQ(filter_selected(radio), 0);
+    EXPECT_EQ(from_menu(second), 1);
+    EXPECT_TRUE(menu_checked(menu, second) && menu_checked(menu, second + 1));
+    EXPECT_EQ(from_menu(second), 1);
+    EXPECT_FALSE(menu_checked(menu, second));
+    EXPECT_EQ(steps, (STEPS{"radio update 131072", "checks update 131072", "checks update 131072"}));
+    EXPECT_TRUE(menu_has(menu, 10001 + radio->menu_index));
+    EXPECT_FALSE(menu_has(menu, 10001 + checks->menu_index));
+}
+
+TEST_F(FilterWindows, EntriesStandWhereTheyBelong) {
+    MENU *switches = menu_holding(menu, 10000), *settings = menu_holding(menu, 11000);
+    MENU* view = menu_holding(menu, 10998);
+    FILTER* plain = add("plain", FILTER_F_IMPORT | FILTER_F_EXPORT);
+    const FILTER* in_folder = add(record("inside", 0), "sub");
+    FILTER bad_record = record("bad", FILTER_F_IMPORT);
+    bad_record.func_init = [](FILTER*) { return 0; };
+    const FILTER* bad = add(bad_record);
+    start();
+    for (const int id : {10000, 10999, 11000, 11998, 11999, 14000, 15000, 10998, 13999})
+        EXPECT_FALSE(menu_has(menu, id)) << id;
+    EXPECT_EQ(menu_holding(menu, 10001 + plain->menu_index), switches);
+    EXPECT_EQ(menu_holding(menu, 11001 + plain->menu_index), settings);
+    EXPECT_TRUE(menu_has(menu, 14001 + plain->menu_index) && menu_has(menu, 15001 + plain->menu_index));
+    EXPECT_EQ(menu_holding(menu, 10001 + in_folder->menu_index), menu_named(switches, "sub"));
+    EXPECT_EQ(menu_holding(menu, 11001 + in_folder->menu_index), menu_named(settings, "sub"));
+    EXPECT_EQ(menu_holding(menu, 11001 + filter_built_in(STR_FILTER_HISTOGRAM)->menu_index), view);
+    const FILTER* holder = filter_built_in(STR_FILTER_DEINTERLACE);
+    const FILTER* odd = filter_built_in(STR_INTER_ODD);
+    EXPECT_EQ(menu_holding(menu, holder->track_values[1] + 5), holder->menu);
+    EXPECT_EQ(menu_holding(menu, 11001 + odd->menu_index), holder->menu);
+    for (const int id : {10001, 11001, 14001, 15001}) EXPECT_FALSE(menu_has(menu, id + bad->menu_index));
+    EXPECT_EQ(bad->window, nullptr);
+
+    EXPECT_EQ(from_menu(14001 + plain->menu_index), 0);
+    result_of_proc = 1;
+    EXPECT_EQ(from_menu(15001 + plain->menu_index), 1);
+    EXPECT_EQ(steps, (STEPS{"plain 1131 0 0", "plain 1132 0 0"}));
+    result_of_proc = 0;
+    steps.clear();
+    EXPECT_EQ(from_menu(10001 + plain->menu_index), 1);
+    EXPECT_TRUE(plain->flags & FILTER_F_ACTIVE);
+    EXPECT_TRUE(menu_checked(menu, 10001 + plain->menu_index));
+    EXPECT_TRUE(control_checked(control(plain->active_box)));
+    EXPECT_EQ(steps, STEPS{});
+    window_pump();
+    EXPECT_EQ(steps, STEPS{"plain 1133 0 0"});  // came through the queue
+}
+
+TEST_F(FilterWindows, WindowsAreShownAndClosedByTheirEntry) {
+    const FILTER* filter = add("f");
+    start();
+    const int id = 11001 + filter->menu_index;
+    EXPECT_EQ(from_menu(id), 0);
+    EXPECT_TRUE(window_shown(window(filter)) && (filter->flags & FILTER_F_SHOWN) && menu_checked(menu, id));
+    EXPECT_EQ(steps, STEPS{"f 1134 0 0"});
+    steps.clear();
+    window_send(window(filter), WM_CLOSE, 0, 0);
+    EXPECT_TRUE(window_shown(window(filter)));
+    window_pump();
+    EXPECT_FALSE(window_shown(window(filter)) || menu_checked(menu, id));
+    EXPECT_TRUE(window_exists(window(filter)));
+    // The command comes to the filter's own window, so func_WndProc sees it first.
+    EXPECT_EQ(steps, (STEPS{"f 16 0 0", "f 273 " + std::to_string(id) + " 0", "f 1134 0 0"}));
+}
+
+TEST_F(FilterWindows, ResetAndSwitchOfTheContextMenu) {
+    uint8_t extra[4] = {9, 9, 9, 9};
+    static const uint8_t EXTRA_DEFAULT[4] = {1, 2, 3, 4};
+    FILTER r = record("f", FILTER_F_EXTRA_DATA);
+    r.extra_data = extra;
+    r.extra_size = 4;
+    r.extra_defaults = EXTRA_DEFAULT;
+    const FILTER* filter = add(r);
+    start();
+    command(filter, 12003, 0);
+    filter->check_values[1] = 0;
+    extra[0] = 7;
+    steps.clear();
+    EXPECT_EQ(command(filter, 13001), 1);
+    EXPECT_EQ(text(filter, 0), "5");
+    EXPECT_TRUE(control_checked(control(filter->check_boxes[1])));
+    EXPECT_EQ(std::memcmp(extra, EXTRA_DEFAULT, 4), 0);
+    EXPECT_EQ(steps, STEPS{"f update 0"});
+    EXPECT_EQ(command(filter, 13000), 1);
+    EXPECT_TRUE(filter->flags & FILTER_F_ACTIVE);
+    filter_enable_windows(false);
+    for (void* handle : {filter->active_box, filter->track_bars[1], filter->track_edits[0], filter->check_boxes[2]})
+        EXPECT_FALSE(window_enabled(control(handle)));
+    filter_enable_windows(true);
+    EXPECT_TRUE(window_enabled(control(filter->track_lefts[0])));
+}
+
+TEST_F(FilterWindows, ACrashLosesOneCall) {
+    FILTER r = record("crash", FILTER_F_MAIN_MESSAGES | FILTER_F_IMPORT);
+    r.func_WndProc = crash_proc;
+    const FILTER* crash = add(r);
+    add("next", FILTER_F_MAIN_MESSAGES);
+    start();
+    result_of_proc = 1;
+    EXPECT_EQ(from_menu(14001 + crash->menu_index), 0);
+    EXPECT_EQ(filter_main_forward(FILTER_MSG_MAIN_KEY_DOWN, 65, 0, edit.get()), 1);
+    EXPECT_EQ(faults, (STEPS{"crash FILTER::func_WndProc()", "crash FILTER::filter_WndProc_only()"}));
+    EXPECT_EQ(steps, STEPS{"next 1147 65 0"});
+    EXPECT_EQ(command(crash, 12003, 0), 1);  // the filter still works
+}
+
+TEST_F(FilterWindows, ForwardsEventsOfTheMainWindow) {
+    add("one", FILTER_F_MAIN_MESSAGES);
+    add("deaf");
+    add("two", FILTER_F_MAIN_MESSAGES);
+    filter_system_init(main, this);
+    EXPECT_EQ(steps.back(), "two 1149 0 0");  // the end of the start
+    steps.clear();
+    EXPECT_EQ(filter_main_forward(FILTER_MSG_MAIN_MOVE, 1, 2, edit.get()), 0);
+    EXPECT_EQ(steps, (STEPS{"one 1146 1 2", "two 1146 1 2"}));
+    steps.clear();
+    result_of_proc = 1;
+    EXPECT_EQ(filter_main_forward_once(FILTER_MSG_MAIN_CONTEXT, 0, 0, edit.get()), 1);
+    EXPECT_EQ(steps, STEPS{"one 1154 0 0"});
+    edit->edit_flag = EDIT_SAVING;
+    EXPECT_EQ(filter_main_forward(FILTER_MSG_MAIN_MOVE, 0, 0, edit.get()), 0);
+    EXPECT_EQ(filter_main_forward_once(FILTER_MSG_MAIN_CONTEXT, 0, 0, edit.get()), 0);
+    EXPECT_EQ(steps.size(), 1u);
+
+    const int32_t rect[6] = {10, 20, 320, 240, 640, 481};
+    std::memcpy(edit->view.draw_rect, rect, sizeof rect);
+    EXPECT_EQ(filter_main_place(edit.get(), 100, 100), 0);
+    edit->edit_flag = EDIT_OPEN;
+    EXPECT_EQ(filter_main_place(edit.get(), 110, 121), message_point(200, 202));
+    EXPECT_EQ(filter_main_place(edit.get(), 5, 20), message_point(-10, 0));
+
+    window_pump();
+    steps.clear();
+    filter_broadcast_post(3, 4);
+    EXPECT_TRUE(steps.empty());
+    window_pump();
+    EXPECT_EQ(steps, (STEPS{"one 1124 3 4", "deaf 1124 3 4", "two 1124 3 4"}));
+}
+
+TEST_F(FilterWindows, PlacesAreKeptAndMonitorsMayGo) {
+    ini_write_int(settings_file(), "gone", "x", 90000);
+    ini_write_int(settings_file(), "gone", "y", 90000);
+    ini_write_int(settings_file(), "kept", "x", 33);
+    ini_write_int(settings_file(), "kept", "y", 44);
+    ini_write_int(settings_file(), "kept", "disp", 1);
+    ini_write_int(settings_file(), "kept", "w", 400);
+    ini_write_int(settings_file(), "kept", "h", 300);
+    const FILTER* gone = add("gone");
+    const FILTER* kept = add("kept", FILTER_F_SIZABLE);
+    start();
+    const POINT place = filter_window_place(filter_windows.window_n - 1, screen_desktop().height);
+    EXPECT_EQ(gone->pos_x * 10000 + gone->pos_y, place.x * 10000 + place.y);
+    EXPECT_FALSE(window_shown(window(gone)));
+    EXPECT_TRUE(window_shown(window(kept)));
+    EXPECT_EQ(kept->pos_x * 100 + kept->pos_y, 3344);
+    EXPECT_EQ(window_client(window(kept)).width * 1000 + window_client(window(kept)).height, 400300);
+    window_move(window(kept), 70, 80);
+    window_resize_client(window(kept), 410, 310);
+    from_menu(11001 + gone->menu_index);
+    filter_system_exit();
+    const auto stored = [](const char* section, const char* key) {
+        return ini_read_int(settings_file(), section, key, -1);
+    };
+    EXPECT_EQ(stored("kept", "x") * 100 + stored("kept", "y"), 7080);
+    EXPECT_EQ(stored("kept", "w") * 1000 + stored("kept", "h"), 410310);
+    EXPECT_EQ(stored("gone", "disp") * 10 + stored("kept", "disp"), 11);
+    EXPECT_EQ(stored("gone", "w"), -1);
+}
+
+TEST_F(FilterWindows, ArrangesEverything) {
+    const FILTER* first = add("first");
+    start();
+    window_move(window(first), 500, 400);
+    filter_windows_arrange(main);
+    EXPECT_EQ(window_frame(main).left + window_frame(main).top, 0);
+    const POINT place = filter_window_place(filter_windows.window_n, screen_desktop().height);
+    EXPECT_EQ(window_frame(window(first)).left * 10000 + window_frame(window(first)).top, place.x * 10000 + place.y);
+}
+
+/// A pixel of a window of the histogram's size, as it is painted.
+static uint32_t colour_of(WINDOW* window, int x, int y) {
+    const std::string path = settings_folder_file("window.png");
+    window_pump();
+    if (!window_picture(window, path)) return 0;
+    const RECT client = window_client(window), frame = window_frame(window);
+    std::vector<uint8_t> pixels(size_t(client.width) * size_t(frame.height) * 4);
+    int w = 0, h = 0;
+    image_file_size(path.c_str(), &w, &h);
+    if (w != client.width || h < client.height || h > frame.height) return 1;
+    image_file_read(path.c_str(), w, h, pixels.data());
+    const uint8_t* p = pixels.data() + (size_t(client.height - 1 - y) * size_t(w) + size_t(x)) * 4;
+    return uint32_t(p[0] | p[1] << 8 | p[2] << 16);
+}
+
+TEST_F(FilterWindows, BuiltInWindows) {
+    start();
+    FILTER* odd = filter_built_in(STR_INTER_ODD);
+    EXPECT_TRUE(window_enabled(control(odd->check_boxes[1])));
+    control_check(control(odd->check_boxes[0]), false);
+    command(odd, 12001);
+    EXPECT_FALSE(window_enabled(control(odd->check_boxes[1])));
+
+    FILTER* clip = filter_built_in(STR_FILTER_CLIP);
+    WINDOW *size = control_of(window(clip), 20000), *aspect = control_of(window(clip), 20001);
+    EXPECT_EQ(control_text(size), language_text_utf8(STR_NONE));
+    frame_geometry = frame_geometry_make(1280, 720, PIXEL_SIZE_YC48);
+    control_set_text(size, "352*10");
+    EXPECT_EQ(command(clip, 20000 | NOTE_CHANGED << 16), 1);
+    EXPECT_EQ(clip_target_get(clip).width * 1000 + clip_target_get(clip).height, 352000);
+    control_check(aspect, true);
+    EXPECT_EQ(command(clip, 20001), 1);
+    EXPECT_EQ(command(clip, 20001), 0);
+    filter_reset(clip);
+    window_pump();
+    EXPECT_EQ(control_text(size), language_text_utf8(STR_NONE));
+    EXPECT_FALSE(control_checked(aspect));
+
+    const FILTER* histogram = filter_built_in(STR_FILTER_HISTOGRAM);
+    EXPECT_EQ(window_client(window(histogram)).width * 1000 + window_client(window(histogram)).height, 256242);
+    EXPECT_EQ(command(histogram, 101), 1);
+    EXPECT_EQ(command(histogram, 102), 0);
+    histogram_view.heights.level[0][3] = 80;
+    window_show(window(histogram), true);
+    EXPECT_EQ(colour_of(window(histogram), 3, 79), 0x6F6F6Fu);
+    EXPECT_EQ(colour_of(window(histogram), 15, 81), 0xBFBFBFu);
+    filter_system_exit();
+    EXPECT_EQ(ini_read_int(settings_file(), language_string(STR_FILTER_HISTOGRAM), "mode", 0), 1);
+}
