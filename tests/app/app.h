@@ -11,8 +11,8 @@
 inline COMMAND_OUTPUT vantel(const TEMP_FOLDER_PATH& folder, std::vector<std::string> arguments,
                              COMMAND_OPTIONS options = {}) {
     arguments.insert(arguments.begin(), VANTEL_BUILD_DIR "/vantel");
-    options.environment.push_back("VANTEL_HOME=" + (folder / "home"));
-    for (const char* none : {"DISPLAY=", "WAYLAND_DISPLAY="}) options.environment.emplace_back(none);  // no window
+    const std::string home = "VANTEL_HOME=" + (folder / "home");
+    options.environment.insert(options.environment.begin(), {home, "DISPLAY=", "WAYLAND_DISPLAY="});  // no window
     return command_run(arguments, options);
 }
 

@@ -11,10 +11,12 @@
 using BYTES = std::vector<uint8_t>;
 static constexpr uint8_t FREE = 0xEE;  // what nobody may have written over
 
+static size_t place(int row, int width, int byte) { return size_t(row) * size_t(dib24_stride(width)) + size_t(byte); }
+
 static BYTES numbered(int w, int h) {
     BYTES dib(size_t(dib24_stride(w)) * size_t(h), FREE);
     for (int y = 0; y < h; ++y)
-        for (int i = 0; i < 3 * w; ++i) dib[size_t(y * dib24_stride(w) + i)] = uint8_t(y * 40 + i);
+        for (int i = 0; i < 3 * w; ++i) dib[place(y, w, i)] = uint8_t(y * 40 + i);
     return dib;
 }
 static BYTES blank(int w, int h) { return BYTES(size_t(dib24_stride(w)) * size_t(h) + 8, FREE); }
@@ -29,8 +31,7 @@ TEST(DibZoom, UpRepeatsPixelsAndRowsAndLeavesThePaddingAlone) {
             dib_zoom_up(got.data(), src.data(), x, y, part, rows, w, factor);
             for (int r = 0; r < rows * factor && part > 0; ++r)
                 for (int c = 0; c < 3 * out; ++c)
-                    want[size_t(r * dib24_stride(out) + c)] =
-                        uint8_t((y + r / factor) * 40 + 3 * (x + c / 3 / factor) + c % 3);
+                    want[place(r, out, c)] = uint8_t((y + r / factor) * 40 + 3 * (x + c / 3 / factor) + c % 3);
             EXPECT_EQ(got, want) << "factor " << factor << " width " << part;
         }
     }
@@ -47,8 +48,7 @@ TEST(DibZoom, DownKeepsTheFirstPixelOfWholeBlocks) {
         dib_zoom_down(got.data(), src.data(), x, y, part, rows, w, step);
         for (int r = 0; r < out_h; ++r)
             for (int c = 0; c < 3 * out_w; ++c)
-                want[size_t(r * dib24_stride(out_w) + c)] =
-                    uint8_t((y + r * step) * 40 + 3 * (x + c / 3 * step) + c % 3);
+                want[place(r, out_w, c)] = uint8_t((y + r * step) * 40 + 3 * (x + c / 3 * step) + c % 3);
         EXPECT_EQ(got, want) << "step " << step;
     }
 }
@@ -60,7 +60,7 @@ static std::string column_text(int height, int level) {
     wave_column(strip.data() + 3, width, height, level, 0x102030, 0x3F3E3D);
     std::string text;
     for (int y = 0; y < height; ++y) {
-        const uint8_t* p = strip.data() + size_t(y * dib24_stride(width));
+        const uint8_t* p = strip.data() + place(y, width, 0);
         EXPECT_TRUE(p[2] == FREE && p[6] == FREE) << "a neighbour of row " << y;
         const bool sound = p[3] == 0x30 && p[4] == 0x20 && p[5] == 0x10;
         const bool back = p[3] == 0x3D && p[4] == 0x3E && p[5] == 0x3F;
