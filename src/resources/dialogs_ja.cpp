@@ -86,7 +86,7 @@ end
 
 dialog PRIORITYLIST "フィルタの順序"
   row
-    list 32600 "" 36 16
+    list 32600 "" 36 16 -movable
     column
       button 32701 "上に移動"
       button 32702 "下に移動"

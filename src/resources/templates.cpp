@@ -163,7 +163,7 @@ struct FLAG_ROW {
 };
 constexpr FLAG_ROW FLAGS[] = {
     {"-readonly", CONTROL_EDIT, 1}, {"-readonly", CONTROL_TEXT, 1}, {"-free", CONTROL_COMBO, 1},
-    {"-several", CONTROL_LIST, 1},  {"-marks", CONTROL_LIST, 2},
+    {"-several", CONTROL_LIST, 1},  {"-marks", CONTROL_LIST, 2},    {"-movable", CONTROL_LIST, 3},
 };
 
 template <size_t N, class ROW>

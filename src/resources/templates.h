@@ -18,7 +18,7 @@
 /// Lines of a dialog: column, row, form, group "title", page "tab", end; space, rule; then, each with its number first
 /// and its text second: label, check, radio, button, icon, edit [width], text [width rows], number low high ["unit"
 /// [width]], combo [width], list [width rows], slider low high, picture [width height]. `-readonly`, `-free`,
-/// `-several` and `-marks` at the end of a line set `low` as CONTROL_KIND tells.
+/// `-several`, `-marks` and `-movable` at the end of a line set `low` as CONTROL_KIND tells.
 MENU_TEMPLATE language_menu(const char* name);
 DIALOG_TEMPLATE language_dialog(const char* name);
 

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 
 #include "core/audio_conv.h"
 #include "core/audio_format.h"

@@ -29,6 +29,7 @@ DIALOG_TEMPLATE config_template(const std::vector<VIDEO_CODEC_OPTION>& options) 
     DIALOG_TEMPLATE dialog = language_dialog("VCMSET_CONFIG");
     const auto form = std::ranges::find(dialog.lines, CONTROL_FORM, &CONTROL_LINE::kind);
     std::vector<CONTROL_LINE> choices;
+    choices.reserve(options.size());
     for (const VIDEO_CODEC_OPTION& option : options)
         choices.push_back({CONTROL_COMBO, FIRST_CHOICE + int(choices.size()), option.label, {}});
     dialog.lines.insert(form == dialog.lines.end() ? form : form + 1, choices.begin(), choices.end());

@@ -23,8 +23,10 @@ bool dialog_filter_order_run(bool sound) {
     FILTER_ORDER order = filter_order_now(sound);
     DIALOG_STEPS steps;
     steps.init = [&](WINDOW* dialog) { show_order(control_of(dialog, LIST), order, -1); };
-    steps.command = [&](WINDOW* dialog, int id, int) {
+    steps.command = [&](WINDOW* dialog, int id, int note) {
         WINDOW* list = control_of(dialog, LIST);
+        int from = 0, to = 0;
+        if (id == LIST && note == NOTE_MOVED && rows_moved(list, &from, &to)) filter_order_move(&order, from, to);
         if (id == UP) move_selected(list, &order, -1);
         if (id == DOWN) move_selected(list, &order, 1);
         if (id != INITIAL) return;

@@ -1,4 +1,3 @@
-#include <cstring>
 #include <utility>
 
 #include "output/save_dialog.h"
