@@ -40,7 +40,7 @@ enum WINDOW_MESSAGE : uint32_t {
     WM_KEYDOWN = 256,       // wparam: virtual key, see WINDOW_KEY; lparam: bit 30 set while it repeats
     WM_KEYUP = 257,
     WM_CHAR = 258,        // wparam: UTF-16 unit
-    WM_SYSKEYDOWN = 260,  // a key while Alt is held, or F10
+    WM_SYSKEYDOWN = 260,  // a key while Alt is held, or F10, for which window_default opens the menu bar
     WM_SYSKEYUP = 261,
     WM_INITDIALOG = 272,  // controls stand; lparam: the data given to dialog_run
     WM_COMMAND = 273,     // wparam: id | CONTROL_NOTE << 16; lparam: the control, 0 from a menu

@@ -25,7 +25,7 @@ enum CONTROL_KIND {
     CONTROL_TEXT,         // several lines of text, low = 1: read only
     CONTROL_NUMBER,       // whole number from low to high with steps
     CONTROL_COMBO,        // choice of one; low = 1: free text as well
-    CONTROL_LIST,         // rows; low = 1: several may be selected, low = 2: a mark in front of each row
+    CONTROL_LIST,         // rows; low = 1: several may be selected, 2: a mark in front of each, 3: may be dragged
     CONTROL_SLIDER,       // low .. high
     CONTROL_PICTURE,      // painted by the window that holds it: WM_PAINT goes there with lparam = the control
 };
@@ -53,6 +53,7 @@ enum CONTROL_NOTE {
     NOTE_CLICKED = 0,    // buttons, checks (already toggled), radios; menus
     NOTE_SELECTED = 1,   // lists and combos: another row
     NOTE_ACTIVATED = 2,  // list: double click or Enter
+    NOTE_MOVED = 3,      // list: a row was dragged, see rows_moved; the list is not to be filled anew meanwhile
     NOTE_FOCUS = 0x100,  // edits
     NOTE_BLUR = 0x200,
     NOTE_CHANGED = 0x400,  // edits, numbers: by the user; not by control_set_...
@@ -107,3 +108,5 @@ void rows_select(WINDOW* control, int index);
 bool rows_is_selected(const WINDOW* control, int index);  // lists with several
 bool rows_marked(const WINDOW* control, int index);       // lists with marks
 void rows_mark(WINDOW* control, int index, bool on);
+/// The last row that was dragged: where it stood and where it stands now. False: none was.
+bool rows_moved(const WINDOW* control, int* from, int* to);

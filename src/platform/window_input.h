@@ -15,6 +15,8 @@ void input_release(WINDOW* window, POINT at, INPUT_BUTTON button);
 void input_double(WINDOW* window, POINT at);
 void input_move(WINDOW* window, POINT at);
 void input_wheel(WINDOW* window, POINT at, int turn);
+/// A row of a list dragged to the place of another one. Nothing happens where rows cannot be dragged.
+void input_drag_row(WINDOW* list, int from, int to);
 void input_drop(WINDOW* window, const std::vector<std::string>& paths, std::initializer_list<int> modifiers = {});
 
 /// The window with its menu bar and controls as PNG. False when it cannot be written.

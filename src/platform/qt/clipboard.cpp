@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr int LARGEST_SIDE = 16384;  // as of the largest pictures of all
+
 size_t row_bytes(int width) { return (size_t(width) * 3 + 3) & ~size_t(3); }
 
 QClipboard* system_clipboard() { return window_system_running() ? QGuiApplication::clipboard() : nullptr; }
@@ -31,7 +33,9 @@ bool clipboard_take_picture(BITMAPINFOHEADER* header, std::vector<uint8_t>* rows
     QClipboard* clipboard = system_clipboard();
     const QMimeData* data = clipboard ? clipboard->mimeData() : nullptr;
     if (!data || !data->hasImage()) return false;
-    const QImage image = clipboard->image().convertToFormat(QImage::Format_BGR888);
+    const QImage given = clipboard->image();
+    if (given.width() > LARGEST_SIDE || given.height() > LARGEST_SIDE) return false;
+    const QImage image = given.convertToFormat(QImage::Format_BGR888);
     if (image.isNull()) return false;
     const size_t stride = row_bytes(image.width()), width = size_t(image.width()) * 3;
     rows->assign(stride * size_t(image.height()), 0);

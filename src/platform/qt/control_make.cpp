@@ -142,6 +142,7 @@ QWidget* list_make(WINDOW*, QWidget* parent, const CONTROL_LINE& line) {
     auto* list = new LIST_FIELD(parent, line);
     list->setSelectionMode(line.low == 1 ? QAbstractItemView::ExtendedSelection : QAbstractItemView::SingleSelection);
     list->setProperty("marks", line.low == 2);
+    if (line.low == 3) list->setDragDropMode(QAbstractItemView::InternalMove);
     return list;
 }
 void list_connect(QWidget* widget) {
@@ -149,6 +150,11 @@ void list_connect(QWidget* widget) {
     QObject::connect(list, &QListWidget::itemSelectionChanged, [widget] { notify(widget, NOTE_SELECTED); });
     QObject::connect(list, &QListWidget::itemDoubleClicked, [widget] { notify(widget, NOTE_ACTIVATED); });
     QObject::connect(list, &QListWidget::itemChanged, [widget] { notify(widget, NOTE_CLICKED); });
+    QObject::connect(list->model(), &QAbstractItemModel::rowsMoved, list,
+                     [list](const QModelIndex&, int from, int, const QModelIndex&, int before) {
+                         list->setProperty("moved", QPoint(from, before > from ? before - 1 : before));
+                         notify(list, NOTE_MOVED);
+                     });
     list->installEventFilter(new LIST_ENTER(list));
 }
 

@@ -2,6 +2,7 @@
 #include <QSignalBlocker>
 
 #include "platform/qt/qt_control.h"
+#include "platform/window_input.h"
 
 namespace {
 
@@ -13,6 +14,7 @@ QListWidgetItem* list_row(const WINDOW* control, int index) {
 void list_insert(QListWidget* list, int index, const QString& text) {
     const QSignalBlocker quiet(list);
     auto* row = new QListWidgetItem(text);
+    row->setFlags(row->flags() & ~Qt::ItemIsDropEnabled);  // dragged ones go between the others
     if (list->property("marks").toBool()) {
         row->setFlags(row->flags() | Qt::ItemIsUserCheckable);
         row->setCheckState(Qt::Unchecked);
@@ -127,4 +129,22 @@ void rows_mark(WINDOW* control, int index, bool on) {
     if (!row || !(row->flags() & Qt::ItemIsUserCheckable)) return;
     const QSignalBlocker quiet(row->listWidget());
     row->setCheckState(on ? Qt::Checked : Qt::Unchecked);
+}
+
+bool rows_moved(const WINDOW* control, int* from, int* to) {
+    const auto* list = control_as<QListWidget>(control);
+    const QVariant moved = list ? list->property("moved") : QVariant();
+    if (!moved.isValid()) return false;
+    *from = moved.toPoint().x();
+    *to = moved.toPoint().y();
+    return true;
+}
+
+// Qt's own drag asks the desktop; what it does in the end is this.
+void input_drag_row(WINDOW* control, int from, int to) {
+    auto* list = control_as<QListWidget>(control);
+    if (!list || list->dragDropMode() != QAbstractItemView::InternalMove || from == to) return;
+    if (!list_row(control, from) || !list_row(control, to)) return;
+    list->setCurrentRow(from);
+    list->model()->moveRow({}, from, {}, to > from ? to + 1 : to);
 }

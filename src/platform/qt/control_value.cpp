@@ -16,12 +16,21 @@ struct TEXT_OF {
     static QString get(const FIELD& field) { return field.text(); }
     static void set(FIELD& field, const QString& text) { field.setText(text); }
 };
+/// Of a long text the beginning is shown.
+template <>
+struct TEXT_OF<QLineEdit> {
+    static QString get(const QLineEdit& field) { return field.text(); }
+    static void set(QLineEdit& field, const QString& text) {
+        field.setText(text);
+        field.home(false);
+    }
+};
 template <>
 struct TEXT_OF<QComboBox> {
     static QString get(const QComboBox& field) { return field.currentText(); }
     static void set(QComboBox& field, const QString& text) {
         if (field.isEditable())
-            field.setEditText(text);
+            TEXT_OF<QLineEdit>::set(*field.lineEdit(), text);
         else
             field.setCurrentIndex(field.findText(text));
     }

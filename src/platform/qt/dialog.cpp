@@ -13,8 +13,8 @@
 namespace {
 
 std::map<const WINDOW*, DIALOG_BOX>& dialogs() {
-    static std::map<const WINDOW*, DIALOG_BOX> boxes;
-    return boxes;
+    static auto* const boxes = new std::map<const WINDOW*, DIALOG_BOX>;
+    return *boxes;
 }
 std::vector<WINDOW*>& modal_dialogs() {
     static std::vector<WINDOW*> stack;

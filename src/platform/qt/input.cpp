@@ -22,8 +22,8 @@ struct INPUT_STATE {
     bool pointed = false;
 };
 INPUT_STATE& input() {
-    static INPUT_STATE the_state;
-    return the_state;
+    static auto* const the_state = new INPUT_STATE;
+    return *the_state;
 }
 
 /// Sends an event while its modifiers count as held.

@@ -144,6 +144,12 @@ void menu_popup(WINDOW* window, MENU* menu, int x, int y) {
     menu->menu->exec(QPoint(x, y));
 }
 
+void menu_bar_open(const WINDOW* window) {
+    if (!window->menu || !window->menu->bar) return;
+    for (QAction* action : window->menu->bar->actions())
+        if (action->isEnabled() && action->menu()) return window->menu->bar->setActiveAction(action);
+}
+
 MENU* menu_holding(MENU* menu, int id) { return menu_find(menu, id).menu; }
 
 MENU* menu_named(MENU* menu, const std::string& text) {

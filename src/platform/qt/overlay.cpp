@@ -1,7 +1,7 @@
 #include "platform/overlay.h"
 
 #include <qdrawutil.h>
-#include <QGuiApplication>
+#include <QApplication>
 #include <QIcon>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
@@ -10,6 +10,7 @@
 #include <QOpenGLWidget>
 #include <QPainter>
 #include <QPointer>
+#include <QWindow>
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -199,7 +200,18 @@ int card_largest_side() {
 struct OVERLAY_SURFACE {
     QPointer<PICTURE_WIDGET> widget;  // null once the window has gone
     int largest = 0;
+    bool placed = false;
 };
+
+/// The first surface of a window makes its native window anew; those that stay above it must learn of the new one.
+static void owned_windows_renew(const QWidget* frame) {
+    if (!frame->windowHandle()) return;
+    for (const QWidget* widget : QApplication::topLevelWidgets()) {
+        if (widget->parentWidget() != frame || !widget->windowHandle()) continue;
+        widget->windowHandle()->setTransientParent(nullptr);
+        widget->windowHandle()->setTransientParent(frame->windowHandle());
+    }
+}
 
 OVERLAY_SURFACE* overlay_surface_open(WINDOW* window) {
     const int largest = card_largest_side();
@@ -240,6 +252,7 @@ bool overlay_surface_place(OVERLAY_SURFACE* surface, const RECT& dest, const REC
     widget.source = source;
     widget.setGeometry(qt_rect(dest));
     widget.setVisible(dest.width > 0 && dest.height > 0);
+    if (!std::exchange(surface->placed, true)) owned_windows_renew(widget.window());
     widget.lower();  // below the window's controls
     widget.update();
     return true;

@@ -18,6 +18,8 @@ struct MENU {
 };
 
 MENU* menu_root(MENU* menu);
+/// Opens the first popup of a window's menu bar that can be chosen, as F10 does.
+void menu_bar_open(const WINDOW* window);
 /// An item wherever it stands below, with the popup that holds it directly. Null when it is not there.
 struct MENU_PLACE {
     MENU* menu = nullptr;

@@ -25,8 +25,8 @@ struct QUEUE {
     Qt::KeyboardModifiers modifiers;
 };
 QUEUE& queue() {
-    static QUEUE the_queue;
-    return the_queue;
+    static auto* const the_queue = new QUEUE;
+    return *the_queue;
 }
 
 /// With the mutex held.

@@ -21,9 +21,11 @@ struct WINDOW_SYSTEM {
     bool quit = false;
     int quit_code = 0;
 };
+/// Like the other tables of this folder it is never taken down by the end of the process: that comes after Qt's
+/// plug-ins have gone, which the application would still call.
 WINDOW_SYSTEM& window_system() {
-    static WINDOW_SYSTEM the_system;
-    return the_system;
+    static auto* const the_system = new WINDOW_SYSTEM;
+    return *the_system;
 }
 
 /// The platforms of Qt to try, in order. Under a display that cannot be reached the last one keeps Qt from ending the

@@ -31,8 +31,8 @@ struct TIMER_TABLE : QObject {
     }
 };
 TIMER_TABLE& timers() {
-    static TIMER_TABLE the_timers;
-    return the_timers;
+    static auto* const the_timers = new TIMER_TABLE;
+    return *the_timers;
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <QScrollBar>
 #include <algorithm>
 
-#include "platform/qt/qt_window.h"
+#include "platform/qt/qt_menu.h"
 
 namespace {
 
@@ -107,13 +107,18 @@ void window_destroy(WINDOW* window) {
     frame->deleteLater();
 }
 
-intptr_t window_default(WINDOW* window, uint32_t message, uintptr_t, intptr_t lparam) {
+static bool window_modifier_held() { return key_held(KEY_SHIFT) || key_held(KEY_CONTROL) || key_held(KEY_MENU); }
+
+intptr_t window_default(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     if (!window_exists(window)) return 0;
     switch (message) {
         case WM_CLOSE: window_destroy(window); return 0;
         case WM_PAINT:
             if (QPainter* painter = window_painter(window); painter && window->canvas)
                 painter->fillRect(window->widget->rect(), window->widget->palette().window());
+            return 0;
+        case WM_SYSKEYDOWN:
+            if (wparam == KEY_F1 + 9 && !window_modifier_held()) menu_bar_open(window);
             return 0;
         case WM_RBUTTONUP: {
             const POINT at = window_to_screen(window, {message_x(lparam), message_y(lparam)});

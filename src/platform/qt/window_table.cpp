@@ -30,8 +30,8 @@ struct WINDOW_TABLE {
     WINDOW_WATCH watch;
 };
 WINDOW_TABLE& table() {
-    static WINDOW_TABLE the_table;
-    return the_table;
+    static auto* const the_table = new WINDOW_TABLE;
+    return *the_table;
 }
 
 void forget_owned(const WINDOW* owner) {
