@@ -115,7 +115,7 @@ static void take_load(WINDOW* below, FILE_DIALOG* dialog) {
 
 bool dialog_file(FILE_DIALOG* dialog) {
     std::string filter;
-    if (!dialog->filter && dialog->load) filter = input_file_filter(dialog->load == FILE_LOAD_SOUND);
+    if (!dialog->filter && dialog->load) filter = input_media_filter(dialog->load == FILE_LOAD_SOUND);
     FILE_BOX box =
         dialog_file_box(dialog->title, filter.empty() ? dialog->filter : filter.c_str(), dialog->path, dialog->save);
     const DIALOG_TEMPLATE options = language_dialog("LOAD_OPTION");
@@ -139,6 +139,6 @@ bool dialog_relink(RELINK_DIALOG* dialog) {
     const std::string question = language_text_utf8(STR_ASK_SOURCE_MISSING) + "\n\n" + text_to_utf8(dialog->missing);
     if (!message_box(dialogs_owner(), language_text_utf8(STR_PROGRAM), question, BOX_WARNING, BOX_OK_CANCEL))
         return false;
-    const std::string filter = input_file_filter(dialog->sound_only);
+    const std::string filter = input_media_filter(dialog->sound_only);
     return dialog_file_choose(dialog_file_box("", filter.c_str(), dialog->path, false), dialog->path);
 }

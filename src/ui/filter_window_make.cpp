@@ -5,7 +5,7 @@
 #include "platform/text.h"
 #include "ui/filter_window_parts.h"
 
-static constexpr int DEFAULT_WIDTH = 314;
+static constexpr int DEFAULT_WIDTH = 314, LARGEST = 16384;
 static constexpr int ROW_TRACK = 24, ROW_CHECK = 20;  // the room that a filter may count on
 static constexpr int PLACE_WIDTH = 157, PLACE_HEIGHT = 24;
 
@@ -17,7 +17,6 @@ POINT filter_window_place(int k, int desktop_height) {
 }
 
 int filter_window_size(uint32_t word, int base, int frame) {
-    constexpr int LARGEST = 16384;
     const int pixels = int(std::min<uint32_t>(word & 0x0FFFFFFF, LARGEST));
     const int outside = word & FILTER_SIZE_CLIENT ? 0 : frame;
     if (word & FILTER_SIZE_ADD) return std::max(base + pixels - outside, 1);
@@ -29,8 +28,10 @@ static int default_height(const FILTER* filter) {
     return filter->track_count * ROW_TRACK + filter->check_count * ROW_CHECK + corner;
 }
 
+// No number of the file is beyond any screen so far that sums with it would not fit.
 static int stored(const FILTER* filter, const char* key, int def) {
-    return ini_read_int(settings_file(), filter_section(filter).c_str(), key, def);
+    constexpr int FARTHEST = 1 << 20;
+    return std::clamp(ini_read_int(settings_file(), filter_section(filter).c_str(), key, def), -FARTHEST, FARTHEST);
 }
 
 // ---- making
@@ -68,8 +69,8 @@ static void set_size(FILTER* filter) {
     int w = filter_window_size(word_of(filter, filter->pos_x), base.width, frame.width - base.width);
     int h = filter_window_size(word_of(filter, filter->pos_y), base.height, frame.height - base.height);
     if (filter->flags & FILTER_F_SIZABLE) {
-        w = std::max(stored(filter, "w", w), 1);
-        h = std::max(stored(filter, "h", h), 1);
+        w = std::clamp(stored(filter, "w", w), 1, LARGEST);
+        h = std::clamp(stored(filter, "h", h), 1, LARGEST);
     }
     window_resize_client(window, w, h);
 }
@@ -81,7 +82,7 @@ static void note_place(FILTER* filter) {
 }
 
 static void show_first(FILTER* filter) {
-    const bool shown = stored(filter, "disp", 0) != 0;
+    const bool shown = stored(filter, "disp", 0) != 0 && filter_window_filled(filter);
     filter->flags = shown ? filter->flags | FILTER_F_SHOWN : filter->flags & ~uint32_t{FILTER_F_SHOWN};
     menu_check(filter_windows.menu, FILTER_COMMAND_SHOW + filter->menu_index, shown);
     if (!shown) return;

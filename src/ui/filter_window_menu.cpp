@@ -56,6 +56,7 @@ static void insert_show(const FILTER* filter) {
         menu_insert(folder_popup(filter_windows.settings, PLACE_WINDOW, filter), 0, id, text);
     else
         menu_insert(filter_windows.menu, filter->flags & FILTER_F_AUDIO ? PLACE_AUDIO_WINDOW : PLACE_WINDOW, id, text);
+    if (!filter_window_filled(filter)) menu_enable(filter_windows.menu, id, false);
 }
 
 // ---- menu filters

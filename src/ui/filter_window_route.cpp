@@ -4,6 +4,7 @@
 #include "pipeline/frame_renderer.h"
 #include "platform/window_draw.h"
 #include "ui/filter_window_parts.h"
+#include "ui/main_window.h"
 
 FILTER_WINDOWS_CALLS filter_windows_calls;
 
@@ -223,6 +224,8 @@ intptr_t filter_window_proc(WINDOW* window, uint32_t message, uintptr_t wparam, 
         if (window_focused() == edit) control_select_all(edit);
         return 0;
     }
+    if (message == WM_KEYDOWN && wparam == KEY_ESCAPE && main_busy())
+        window_post(filter_windows.main, WM_COMMAND, MAIN_COMMAND_STOP, 0);
     if (message == WM_COMMAND) lparam = index_of_step(filter, command_id(wparam), lparam);
     if (filter_windows_route(window, message, wparam, lparam, edit_state)) redraw(edit_state);
     if (!window_exists(window)) return 0;

@@ -19,7 +19,7 @@
 #include "ui/title.h"
 #include "ui/view.h"
 
-static constexpr int COMMAND_STOP = 1009, COMMAND_LINE = 5180;
+static constexpr int COMMAND_LINE = 5180, COMMAND_FORWARD = 900;
 
 static WINDOW* window_now;
 static std::vector<std::string> command_line;
@@ -67,7 +67,7 @@ static void window_gone() {
 // While a run holds the edit the user is asked to stop it, and the window stays.
 static void close_program(WINDOW* window, EDIT_STATE* edit) {
     if (main_busy()) {
-        window_post(window, WM_COMMAND, COMMAND_STOP, 0);
+        window_post(window, WM_COMMAND, MAIN_COMMAND_STOP, 0);
         return;
     }
     if (!confirm_close(edit)) return;
@@ -94,13 +94,26 @@ static intptr_t without_edit(WINDOW* window, uint32_t message, uintptr_t wparam,
 
 static bool stops_run(uint32_t message, uintptr_t wparam) {
     return (message == WM_KEYDOWN && wparam == KEY_ESCAPE) ||
-           (message == WM_COMMAND && command_id(wparam) == COMMAND_STOP);
+           (message == WM_COMMAND && command_id(wparam) == MAIN_COMMAND_STOP);
+}
+
+// What waited in the queue when a dialog opened is dropped: the dialog works on the edit that this would change or take
+// away.
+static bool lost_to_dialog(uint32_t message, uintptr_t wparam) {
+    if (!dialog_current()) return false;
+    if (message == WM_COMMAND) return command_id(wparam) != COMMAND_FORWARD;
+    return message == WM_CLOSE || message == WM_DROPFILES || message == WM_HSCROLL ||
+           (message >= WM_KEYDOWN && message <= WM_SYSKEYUP) || (message >= WM_MOUSEMOVE && message <= WM_MOUSEWHEEL);
 }
 
 intptr_t main_window_proc(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     EDIT_STATE* edit = edit_state;
     if (!edit || window != window_now) return without_edit(window, message, wparam, lparam);
     if (stops_run(message, wparam) && main_hooks_stop()) return 0;
+    if (lost_to_dialog(message, wparam)) {
+        if (message == WM_HSCROLL) view_set_frame(&edit->view, edit->frame);  // the slider went ahead
+        return 0;
+    }
     if (main_dispatch(window, message, wparam, lparam, edit)) return 0;
     if (message == WM_CLOSE) {
         close_program(window, edit);

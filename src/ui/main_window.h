@@ -27,5 +27,7 @@ bool main_window_run_command_line(EDIT_STATE* edit);
 /// The two steps of a redraw: the frame is rendered and shown, with title, menus and word to the filters. While a save
 /// runs the last picture is shown again.
 void main_redraw(EDIT_STATE* edit);
+/// Stops the long run that waits inside ui_hooks.pump, like Esc.
+inline constexpr int MAIN_COMMAND_STOP = 1009;
 /// Whether a save or another long run holds the edit, so that commands have to wait.
 bool main_busy();

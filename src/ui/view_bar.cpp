@@ -45,7 +45,9 @@ void view_bar_create(VIEW_RECORD* view) {
 
 void view_bar_layout(const VIEW_RECORD* view, int width, int height) {
     if (WINDOW* slider = slider_of(view))
-        control_place(slider, {0, height - VIEW_BAR_HEIGHT, std::max(width - SLIDER_SPARE, 0), VIEW_BAR_HEIGHT});
+        // Never narrower than high: the slider would stand upright.
+        control_place(slider,
+                      {0, height - VIEW_BAR_HEIGHT, std::max(width - SLIDER_SPARE, VIEW_BAR_HEIGHT), VIEW_BAR_HEIGHT});
     for (const auto& row : BUTTON_TABLE)
         if (auto* button = static_cast<WINDOW*>(handle_get(view->*row.id)))
             control_place(button, {width - row.from_right, height - BUTTON_RISE, BUTTON_SIZE, BUTTON_SIZE});

@@ -71,8 +71,11 @@ void view_fit(const VIEW_RECORD* view, int width, int height, bool grow_only) {
         w = std::max(w, client.width);
         h = std::max(h, client.height);
     }
-    w = std::max(w, VIEW_MIN_WIDTH - (frame.width - client.width));
-    h = std::max(h, VIEW_MIN_HEIGHT - (frame.height - client.height));
+    // A window larger than the screen would have its bar where nobody can reach it.
+    const RECT desktop = screen_desktop();
+    const int across = frame.width - client.width, down = frame.height - client.height;
+    w = std::max(std::min(w, desktop.width - across), VIEW_MIN_WIDTH - across);
+    h = std::max(std::min(h, desktop.height - down), VIEW_MIN_HEIGHT - down);
     if (w != client.width || h != client.height) window_resize_client(window, w, h);
 }
 

@@ -1,9 +1,11 @@
+#include <algorithm>
+
 #include "core/settings.h"
 #include "platform/ini.h"
 #include "ui/view.h"
 
 static constexpr char SECTION[] = "window";
-static constexpr int DEFAULT_WIDTH = 640, DEFAULT_HEIGHT = 480;
+static constexpr int DEFAULT_WIDTH = 640, DEFAULT_HEIGHT = 480, LARGEST = 16384, FARTHEST = 1 << 20;
 
 static constexpr struct {
     const char* key;
@@ -27,12 +29,14 @@ static void write(const char* key, int value) { ini_write_int(settings_file(), S
 
 static int read_size(const char* key, int def) {
     const int value = read(key, def);
-    return value < 0 ? def : value;
+    return value < 0 || value > LARGEST ? def : value;
 }
+// A place far beyond all screens, at which sums still fit: the window is then put back on one.
+static int read_place(const char* key) { return std::clamp(read(key, 0), -FARTHEST, FARTHEST); }
 
 VIEW_PLACE view_settings_read(VIEW_RECORD* view) {
     VIEW_PLACE place{};
-    place.frame = {read("x", 0), read("y", 0), read_size("w", DEFAULT_WIDTH), read_size("h", DEFAULT_HEIGHT)};
+    place.frame = {read_place("x"), read_place("y"), read_size("w", DEFAULT_WIDTH), read_size("h", DEFAULT_HEIGHT)};
     place.maximised = read("maximize", 0) != 0;
     const int zoom = read("zoom", VIEW_ZOOM_FULL);
     view->zoom = zoom < 0 || zoom > VIEW_ZOOM_WINDOW ? VIEW_ZOOM_WINDOW : zoom;

@@ -15,6 +15,7 @@
 #include "pipeline/worker_pool.h"
 #include "platform/file.h"
 #include "platform/text.h"
+#include "platform/window_input.h"
 #include "readers/input_table.h"
 #include "resources/string_ids.h"
 #include "ui/dialog_file.h"
@@ -186,6 +187,15 @@ TEST_F(DIALOGS, FilterOrder) {
     }};
     EXPECT_FALSE(dialog_filter_order_run(false));
     EXPECT_EQ(filter_order_now(false), after);
+    user = {[](WINDOW* dialog) {
+        input_drag_row(control_of(dialog, 32600), 0, 2);
+        input_drag_row(control_of(dialog, 32600), 2, 1);
+        EXPECT_EQ(rows_selected(control_of(dialog, 32600)), 1);
+        press(dialog, ID_OK);
+    }};
+    EXPECT_TRUE(dialog_filter_order_run(false));
+    EXPECT_EQ(filter_order_now(false)[1], after[0]);
+    EXPECT_EQ(filter_order_now(false)[0], after[1]);
     filter_system_exit();
 }
 
