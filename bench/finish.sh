@@ -17,7 +17,7 @@ show() {
     }'
 }
 
-"$here/build/bench/make_clip" "$folder/clip.avi" "${size%x*}" "${size#*x}" "$frames" 48000 2
+"$here/build/bench/make_clip" "$folder/clip.avi" "${size%x*}" "${size#*x}" "$frames" 0 48000
 "$make_profile" "$VANTEL_HOME/job.cfg" noise=256,1,24 sharpen=256,1,128,1024 clip=0,0,0,0/1280,720,0 codec=H264,6100,300
 for threads in ${THREADS:-1 2 4}; do
     echo "== $size to 1280x720, $frames frames, $threads threads"
@@ -38,7 +38,7 @@ done
 settings 2 0
 "$make_profile" "$VANTEL_HOME/small.cfg" noise=256,1,24 codec=XVID,8500,300
 for length in ${LENGTHS:-1000 10000 100000}; do
-    "$here/build/bench/make_clip" "$folder/clip.avi" 64 64 "$length" 8000 1
+    "$here/build/bench/make_clip" "$folder/clip.avi" 64 64 "$length" 24 8000
     show "vantel, 64x64, $length frames" "$length" \
         "$(best '%e %U %S %M' "$here/build/vantel" "$folder/clip.avi" -p small -o "$folder/out.avi" -q)"
 done

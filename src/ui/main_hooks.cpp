@@ -52,6 +52,10 @@ static void edit_changed() {
     if (open == open_shown) return;
     open_shown = open;
     show_enabled();
+    if (open) return;
+    // A box may follow before the next redraw, and nothing of the old edit is to stand behind it.
+    window_set_title(window_now, text_to_utf8(title_text(edit)));
+    window_invalidate(window_now);
 }
 
 // ---- long runs
