@@ -13,6 +13,7 @@
 #include "readers/codec.h"
 #include "readers/input_table.h"
 #include "readers/media_format.h"
+#include "readers/open_progress.h"
 #include "vantel_input.h"
 
 static constexpr uint32_t FCC_YUY2 = VANTEL_FOURCC('Y', 'U', 'Y', '2');
@@ -233,21 +234,29 @@ static MEDIA_STEP open_with_reader(MEDIA_RECORD* record, INPUT_HANDLE* reader, u
     return STEP_GOOD;
 }
 
-int media_open(MEDIA_RECORD* record, const char* path, uint32_t load_flags) {
+// Tries one reader after the other. False when there is none left.
+static bool open_with_any(MEDIA_RECORD* record, const char* path, uint32_t load_flags) {
     int tried = -1;
     for (;;) {
         std::memset(record, 0, sizeof *record);
         const bool sequence = load_flags & LOAD_AVI_SEQUENCE;
         if (sequence) record->media_flag = MEDIA_AVI_SEQUENCE;
         INPUT_HANDLE* reader = input_open(path, tried, sequence ? "AVIs File Reader" : nullptr);
-        if (!reader) return -1;
+        if (!reader) return false;
         tried = input_index(reader);
         record->media_flag |= MEDIA_OPEN;
         record->media_handle = handle_new(reader);
-        if (record->media_handle && open_with_reader(record, reader, load_flags) == STEP_GOOD) break;
+        if (record->media_handle && open_with_reader(record, reader, load_flags) == STEP_GOOD) return true;
         if (!record->media_handle) input_close(reader);
         media_close(record);
     }
+}
+
+int media_open(MEDIA_RECORD* record, const char* path, uint32_t load_flags) {
+    open_progress_begin();
+    const bool good = open_with_any(record, path, load_flags);
+    open_progress_end();
+    if (!good) return -1;
     adjust_rates(record, load_flags);
     record->media_width = record->video_header.biWidth;
     record->media_height = std::abs(record->video_header.biHeight);

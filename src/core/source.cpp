@@ -129,7 +129,8 @@ static bool record_allowed(const MEDIA_RECORD* record, const OPEN_REQUEST& reque
 static bool open_slot(EDIT_STATE* edit, int slot, const OPEN_REQUEST& request) {
     MEDIA_RECORD* record = &edit->source[slot].media;
     if (media_open(record, request.path, request.load_flags) != 1) {
-        message_warn_file(request.path, STR_ERR_OPEN_FAILED, source_open_reason());
+        if (input_open_error() != INPUT_FAIL_STOPPED)
+            message_warn_file(request.path, STR_ERR_OPEN_FAILED, source_open_reason());
         return false;
     }
     if (!record_allowed(record, request)) {

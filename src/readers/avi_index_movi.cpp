@@ -2,8 +2,10 @@
 
 #include "readers/avi_state.h"
 #include "readers/fourcc.h"
+#include "readers/open_progress.h"
 
 static constexpr uint32_t HEADER_SIZE = 8, TYPE_SIZE = 4;
+static constexpr uint64_t CHUNKS_A_LOOK = 64;  // a chunk may cost a disk's seek
 
 /// The last two characters of a chunk's code, in capitals.
 static constexpr uint32_t KIND_DB = 'D' | 'B' << 8, KIND_DC = 'D' | 'C' << 8, KIND_WB = 'W' | 'B' << 8;
@@ -39,6 +41,7 @@ void avi_index_movi(RIFF_FILE* riff, AVI_SINK* sink, const AVI_DATA_LIST& list) 
         const uint32_t mark = code >> 16 == KIND_DC ? CHUNK_NOT_KEY : 0;
         if (!avi_sink_take(sink, digits_of(*sink, code), uint64_t(data), (size & ~CHUNK_NOT_KEY) | mark)) return;
         at = riff_behind(data, size);
+        if (sink->seen % CHUNKS_A_LOOK == 0 && open_progress_stop(double(at) / double(riff->size))) return;
     }
 }
 
@@ -56,7 +59,7 @@ void avi_index_further(RIFF_FILE* riff, AVI_SINK* sink, int64_t position) {
         // Lists may not overlap, or a small file could ask for any amount of memory.
         if (!list.open) list.end = std::min(list.end, list.next);
         avi_index_movi(riff, sink, list);
-        if (list.open || sink->seen >= AVI_SEEN_MAX) return;
+        if (list.open || sink->seen >= AVI_SEEN_MAX || open_progress_stopped()) return;
         position = list.next;
     }
 }

@@ -8,6 +8,7 @@
 #include "readers/avi_state.h"
 #include "readers/fourcc.h"
 #include "readers/media_format.h"
+#include "readers/open_progress.h"
 
 static AVI_READER_STATE* state_of(INPUT_PLUGIN_HANDLE handle) { return static_cast<AVI_READER_STATE*>(handle); }
 
@@ -26,7 +27,7 @@ static bool state_fill(AVI_READER_STATE* state) {
     if (!riff_find(&riff, &header_list, fourcc("hdrl"), 0, &root)) return false;
     if (!avi_streams_read(&riff, state, super.get(), &header_list)) return false;
     avi_index_build(&riff, state, *super, root);
-    return (state->flags & (AVI_R_VIDEO | AVI_R_AUDIO)) != 0;
+    return !open_progress_stopped() && (state->flags & (AVI_R_VIDEO | AVI_R_AUDIO)) != 0;
 }
 
 INPUT_PLUGIN_HANDLE avi_reader_open(const char* path) {

@@ -8,6 +8,7 @@
 #include "platform/guard.h"
 #include "platform/path.h"
 #include "platform/text.h"
+#include "readers/open_progress.h"
 
 static INPUT_HANDLE handles[INPUT_HANDLE_MAX];
 static INPUT_FAIL open_error = INPUT_FAIL_NONE;
@@ -107,6 +108,7 @@ static bool records_try(INPUT_HANDLE* handle, const char* path, int after, const
             }
             if (!record_takes(record, extension, name) || !record_is_ready(record)) continue;
             if (record_open(handle, i, path)) return true;
+            if (open_progress_stopped()) return false;
         }
     }
     return false;
@@ -126,7 +128,10 @@ INPUT_HANDLE* input_open(const char* path, int after, const char* name) {
         open_error = INPUT_FAIL_NONE;
         return handle;
     }
-    if (open_error == INPUT_FAIL_NONE) open_error = INPUT_FAIL_NO_READER;
+    if (open_progress_stopped())
+        open_error = INPUT_FAIL_STOPPED;
+    else if (open_error == INPUT_FAIL_NONE)
+        open_error = INPUT_FAIL_NO_READER;
     return nullptr;
 }
 

@@ -41,13 +41,14 @@ struct INPUT_HANDLE {
 /// Why input_open gave null.
 enum INPUT_FAIL : int {
     INPUT_FAIL_NONE = 0,
-    INPUT_FAIL_MISSING,       // no such file
-    INPUT_FAIL_FOLDER,        // a folder
-    INPUT_FAIL_NOT_REGULAR,   // a FIFO, socket or device
-    INPUT_FAIL_UNREADABLE,    // no permission, or the machine cannot open it
-    INPUT_FAIL_EMPTY,         // 0 bytes
-    INPUT_FAIL_NO_READER,     // no reader takes it
-    INPUT_FAIL_TOO_MANY_OPEN  // all handles are in use
+    INPUT_FAIL_MISSING,        // no such file
+    INPUT_FAIL_FOLDER,         // a folder
+    INPUT_FAIL_NOT_REGULAR,    // a FIFO, socket or device
+    INPUT_FAIL_UNREADABLE,     // no permission, or the machine cannot open it
+    INPUT_FAIL_EMPTY,          // 0 bytes
+    INPUT_FAIL_NO_READER,      // no reader takes it
+    INPUT_FAIL_TOO_MANY_OPEN,  // all handles are in use
+    INPUT_FAIL_STOPPED         // the user stopped it
 };
 
 /// Clears both tables and enters the built-in readers, in their order, with their texts; runs their func_init. Each

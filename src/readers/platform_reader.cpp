@@ -6,12 +6,9 @@
 #include <new>
 
 #include "core/settings.h"
-#include "core/ui_hooks.h"
-#include "platform/clock.h"
 #include "platform/container.h"
 #include "readers/fourcc.h"
-
-static constexpr int PUMP_MS = 100;
+#include "readers/open_progress.h"
 
 /// One open file.
 struct PLATFORM_READER_STATE {
@@ -20,26 +17,7 @@ struct PLATFORM_READER_STATE {
     WAVEFORMATEX sound;
 };
 
-/// A long file is being listed: the window stays alive, without its menus, and Esc stops.
-struct LISTING {
-    int64_t shown_ms;
-    bool disabled;
-};
-
-static bool listing_goes_on(double, void* data) {
-    LISTING* listing = static_cast<LISTING*>(data);
-    const int64_t now = int64_t(clock_ms());
-    if (!ui_hooks.pump || now - listing->shown_ms < PUMP_MS) return false;
-    listing->shown_ms = now;
-    if (!listing->disabled && ui_hooks.interface_enable) {
-        ui_hooks.interface_enable(false);
-        listing->disabled = true;
-    }
-    return ui_hooks.pump();
-}
-
 static CONTAINER_PTR container_of(const char* path) {
-    LISTING listing = {int64_t(clock_ms()), false};
     CONTAINER_OPTIONS options;
     options.threads = system_settings.multithread;
     if (system_settings.width > 0 && system_settings.height > 0) {
@@ -47,11 +25,8 @@ static CONTAINER_PTR container_of(const char* path) {
         options.max_height = system_settings.height;
     }
     options.index_folder = container_index_folder();
-    options.progress = listing_goes_on;
-    options.data = &listing;
-    CONTAINER_PTR container = container_open(path, options);
-    if (listing.disabled) ui_hooks.interface_enable(true);
-    return container;
+    options.progress = [](double part, void*) { return open_progress_stop(part); };
+    return container_open(path, options);
 }
 
 static PLATFORM_READER_STATE* state_of(INPUT_PLUGIN_HANDLE handle) {
