@@ -35,29 +35,33 @@ static void print_row(const char* name, std::vector<double> ms) {
     std::printf("%-34s median %7.2f ms   worst %7.2f ms\n", name, ms[ms.size() / 2], ms.back());
 }
 
-static std::vector<double> key_times(EDIT_STATE* edit, int steps) {
-    std::vector<double> ms;
-    for (int i = 0; i < steps; ++i) {
-        const int before = edit->frame;
-        const auto start = CLOCK::now();
-        input_key(main_window(), KEY_RIGHT);
-        while (edit->frame == before) window_pump();
-        ms.push_back(ms_since(start));
-        window_pump();
-    }
+static double key_time(EDIT_STATE* edit) {
+    const int before = edit->frame;
+    const auto start = CLOCK::now();
+    input_key(main_window(), KEY_RIGHT);
+    while (edit->frame == before) window_pump();
+    const double ms = ms_since(start);
+    window_pump();
     return ms;
 }
 
-static std::vector<double> render_times(EDIT_STATE* edit, int steps) {
-    std::vector<double> ms;
+static double render_time(EDIT_STATE* edit) {
+    ++edit->frame;
+    const auto start = CLOCK::now();
+    render_current(edit);
+    display_convert(edit, edit->view.display_code);
+    return ms_since(start);
+}
+
+// In turns, so that a machine that changes its speed changes it for both.
+static void measure_steps(EDIT_STATE* edit, int steps) {
+    std::vector<double> rendering, key;
     for (int i = 0; i < steps; ++i) {
-        ++edit->frame;
-        const auto start = CLOCK::now();
-        render_current(edit);
-        display_convert(edit, edit->view.display_code);
-        ms.push_back(ms_since(start));
+        rendering.push_back(render_time(edit));
+        key.push_back(key_time(edit));
     }
-    return ms;
+    print_row("rendering and conversion alone", rendering);
+    print_row("from the key to the picture", key);
 }
 
 static int measure(EDIT_STATE* edit, const std::string& clip, int steps) {
@@ -78,8 +82,7 @@ static int measure(EDIT_STATE* edit, const std::string& clip, int steps) {
             window_pump();
         }
         std::printf("== %s\n", overlay ? "overlay" : "drawing");
-        print_row("rendering and conversion alone", render_times(edit, steps));
-        print_row("from the key to the picture", key_times(edit, steps));
+        measure_steps(edit, steps);
     }
     return 0;
 }

@@ -1,7 +1,7 @@
 #include "persist/project_file.h"
 
+#include "core/file_filter.h"
 #include "core/frame_table.h"
-#include "resources/language.h"
 #include "resources/string_ids.h"
 
 std::array<PROJECT_COLUMN, 10> project_columns() {
@@ -12,4 +12,4 @@ std::array<PROJECT_COLUMN, 10> project_columns() {
             {t.frame_compress, 1}, {t.frame_clip, 1}};
 }
 
-std::string project_dialog_filter() { return std::string(language_string(STR_FILES_PROJECT)) + '\0' + "*.vtp" + '\0'; }
+std::string project_dialog_filter() { return file_filter_one(STR_FILES_PROJECT, "*.vtp"); }

@@ -107,7 +107,7 @@ TEST(StringsJa, EveryNameHasAText) {
     }
     std::set<int> stored;
     for (const STRING_TEXT& entry : strings_ja()) stored.insert(entry.number);
-    EXPECT_GT(stored.size(), 400u);
+    EXPECT_GT(stored.size(), 200u);
     EXPECT_EQ(named, stored);
     EXPECT_EQ(strings_ja_find(-1), "");
     EXPECT_EQ(strings_ja_find(999), "");

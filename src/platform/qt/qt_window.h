@@ -16,8 +16,6 @@ struct WINDOW {
     QWidget* frame = nullptr;   // what the desktop moves about: the top-level widget; the same as widget for a control
     WINDOW* parent = nullptr;   // owner of a window, holder of a control
     WINDOW_PROC proc = nullptr;
-    DIALOG_PROC dialog_proc = nullptr;  // dialogs have this instead
-    void* dialog_data = nullptr;
     void* data = nullptr;
     int id = 0;                       // of a control
     CONTROL_KIND kind = CONTROL_END;  // of a control; CONTROL_END: a window

@@ -118,10 +118,6 @@ void window_table_clear() {
 intptr_t window_call(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     if (!window_exists(window)) return 0;
     if (window->proc) return window->proc(window, message, wparam, lparam);
-    if (window->dialog_proc) {
-        const intptr_t result = window->dialog_proc(window, message, wparam, lparam, window->dialog_data);
-        if (result || !window_exists(window)) return result;
-    }
     return window_default(window, message, wparam, lparam);
 }
 
