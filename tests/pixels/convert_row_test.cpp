@@ -5,6 +5,7 @@
 #include "pixels/dib_expand.h"
 #include "pixels/rgb_row.h"
 #include "pixels/rgb_yuy2_row.h"
+#include "pixels/screen_row.h"
 #include "pixels/yc48_709_row.h"
 #include "pixels/yuy2_709_row.h"
 #include "pixels/yuy2_row.h"
@@ -49,6 +50,7 @@ const ROW_KERNEL KERNELS[] = {
     {"yc48_row_to_yc48_709", row_of(yc48_row_to_yc48_709), row_of(yc48_row_to_yc48_709_ref), 6, 6, 1, true},
     {"rgb_row_to_yuy2", row_of(rgb_row_to_yuy2), row_of(rgb_row_to_yuy2_ref), 2, 3, 2, false},
     {"yuy2_row_to_rgb", row_of(yuy2_row_to_rgb), row_of(yuy2_row_to_rgb_ref), 3, 2, 1, false},
+    {"rgb_row_to_screen", row_of(rgb_row_to_screen), row_of(rgb_row_to_screen_ref), 4, 3, 1, false},
     {"dib32_row_to_rgb", row_of(dib32_row_to_rgb), row_of(dib32_row_to_rgb_ref), 3, 4, 1, false},
 };
 

@@ -1,9 +1,9 @@
 #include <QImage>
+#include <QPaintEngine>
 #include <QPainter>
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 
+#include "pixels/screen_row.h"
 #include "platform/qt/qt_window.h"
 #include "platform/window_draw.h"
 
@@ -12,34 +12,53 @@ namespace {
 /// Rows of the last picture, in the form that the screen takes; kept, so that a running picture allocates nothing.
 std::vector<uint32_t> screen_rows;
 
-/// One row of 24 bits to 32. Reads no byte behind the last pixel.
-void row_to_screen(uint32_t* to, const uint8_t* from, int width) {
-    constexpr uint32_t OPAQUE = 0xFF000000;
-    for (int x = 0; x + 1 < width; ++x) {
-        uint32_t pixel;
-        std::memcpy(&pixel, from + size_t(x) * 3, sizeof pixel);  // with a byte of the next one
-        to[x] = pixel | OPAQUE;
+/// A part of a picture in rows of the screen's form, its top row first.
+void rows_to_screen(uchar* to, qsizetype to_stride, const BITMAPINFOHEADER& header, const uint8_t* pixels,
+                    const QRect& part) {
+    const size_t stride = (size_t(header.biWidth) * 3 + 3) & ~size_t(3);
+    for (int y = 0; y < part.height(); ++y) {
+        const auto row = size_t(header.biHeight - 1 - part.y() - y);  // bottom up
+        rgb_row_to_screen(reinterpret_cast<uint32_t*>(to + y * to_stride), pixels + row * stride + size_t(part.x()) * 3,
+                          part.width());
     }
-    const uint8_t* last = from + size_t(width - 1) * 3;
-    to[width - 1] = uint32_t(last[0]) | uint32_t(last[1]) << 8 | uint32_t(last[2]) << 16 | OPAQUE;
 }
 
-/// A part of a picture, its top row first. Valid until the next call.
+/// Valid until the next call.
 QImage part_to_screen(const BITMAPINFOHEADER& header, const uint8_t* pixels, const QRect& part) {
-    const size_t stride = (size_t(header.biWidth) * 3 + 3) & ~size_t(3);
     const auto width = size_t(part.width()), height = size_t(part.height());
     if (screen_rows.size() < width * height) screen_rows.resize(width * height);
-    for (size_t y = 0; y < height; ++y) {
-        const auto row = size_t(header.biHeight - 1 - part.y()) - y;  // bottom up
-        row_to_screen(screen_rows.data() + y * width, pixels + row * stride + size_t(part.x()) * 3, part.width());
-    }
-    return {reinterpret_cast<const uchar*>(screen_rows.data()), part.width(), part.height(),
-            qsizetype(width * sizeof(uint32_t)), QImage::Format_RGB32};
+    auto* rows = reinterpret_cast<uchar*>(screen_rows.data());
+    const auto stride = qsizetype(width * sizeof(uint32_t));
+    rows_to_screen(rows, stride, header, pixels, part);
+    return {rows, part.width(), part.height(), stride, QImage::Format_RGB32};
 }
 
-/// Pixel for pixel, in strips that stay in the processor's cache between the two copies.
-void draw_strips(QPainter* painter, QPoint at, const BITMAPINFOHEADER& header, const uint8_t* pixels,
-                 const QRect& part) {
+/// The image that is painted on, and where a place of the painter's lies in it. Null when they differ by more than
+/// that, or when anything of the rectangle there is not to be painted.
+QImage* image_behind(const QPainter* painter, QRect* place) {
+    const QTransform& to_device = painter->deviceTransform();
+    const QPaintEngine* engine = painter->paintEngine();
+    QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
+    if (!device || device->devType() != QInternal::Image || to_device.type() > QTransform::TxTranslate) return nullptr;
+    auto* image = static_cast<QImage*>(device);
+    if (image->format() != QImage::Format_RGB32 && image->format() != QImage::Format_ARGB32_Premultiplied)
+        return nullptr;
+    *place = to_device.mapRect(*place);
+    const QRegion clip = engine->systemClip();
+    if (!image->rect().contains(*place) || painter->hasClipping()) return nullptr;
+    return QRegion(*place).subtracted(clip).isEmpty() ? image : nullptr;
+}
+
+/// Pixel for pixel, straight into what the window shows where that can be, else in strips that stay in the processor's
+/// cache between the two copies.
+void draw_unscaled(QPainter* painter, QPoint at, const BITMAPINFOHEADER& header, const uint8_t* pixels,
+                   const QRect& part) {
+    QRect place(at, part.size());
+    if (QImage* image = image_behind(painter, &place)) {
+        uchar* first = image->bits() + place.y() * image->bytesPerLine() + qsizetype(place.x()) * 4;
+        rows_to_screen(first, image->bytesPerLine(), header, pixels, part);
+        return;
+    }
     constexpr int STRIP_ROWS = 16;
     for (int y = 0; y < part.height(); y += STRIP_ROWS) {
         const QRect strip(part.x(), part.y() + y, part.width(), std::min(STRIP_ROWS, part.height() - y));
@@ -64,8 +83,8 @@ void draw_picture(WINDOW* window, const RECT& dest, const BITMAPINFOHEADER& head
     if (part.isEmpty() || dest.width <= 0 || dest.height <= 0) return;
     const bool scaled = dest.width != source.width || dest.height != source.height;
     if (!scaled) {
-        draw_strips(painter, qt_rect(dest).topLeft() + part.topLeft() - qt_rect(source).topLeft(), header, pixels,
-                    part);
+        draw_unscaled(painter, qt_rect(dest).topLeft() + part.topLeft() - qt_rect(source).topLeft(), header, pixels,
+                      part);
         return;
     }
     const QImage image = part_to_screen(header, pixels, part);
