@@ -34,7 +34,7 @@ static constexpr int QUIET_POPUPS[] = {1057, 5183, 5127, 8001};
 static constexpr int CONTEXT_ITEMS[] = {1020, 5117, 1026, 5123, 1070, 5101, 5143, 5112, 5130, 5147};
 
 static MENU* menu_now;
-static MENU *history_popup, *profile_popup;
+static MENU *history_popup, *profile_popup, *inter_popup, *frame_profile_popup;
 static std::vector<std::string> history_shown;
 static unsigned profiles_shown;
 static std::string names_shown;  // of the edit's first profiles
@@ -55,13 +55,15 @@ MENU* main_menu_create() {
     menu_now = menu_create(language_menu("VANTEL"));
     history_popup = menu_holding(menu_now, HISTORY_FIRST);
     profile_popup = menu_holding(menu_now, PROFILE_PLACE);
+    inter_popup = menu_holding(menu_now, INTER_FIRST);
+    frame_profile_popup = menu_holding(menu_now, FRAME_PROFILE_FIRST);
     history_shown = {"not yet"};
     profiles_shown = profile_list_revision() - 1;
     names_shown = "not yet";
     return menu_now;
 }
 
-void main_menu_forget() { menu_now = history_popup = profile_popup = nullptr; }
+void main_menu_forget() { menu_now = history_popup = profile_popup = inter_popup = frame_profile_popup = nullptr; }
 
 void main_menu_started() { key_table_show(menu_now); }
 
@@ -159,8 +161,8 @@ void main_menu_follow(const EDIT_STATE* edit) {
     follow_profile_names(edit);
     if (!(edit->edit_flag & EDIT_OPEN)) return;
     const int frame = frame_clamp(edit, edit->frame);
-    menu_radio(menu_now, INTER_FIRST, INTER_FIRST + INTER_AUTO, INTER_FIRST + frame_table.frame_inter[frame]);
-    menu_radio(menu_now, FRAME_PROFILE_FIRST, FRAME_PROFILE_FIRST + FRAME_PROFILE_N - 1,
+    menu_radio(inter_popup, INTER_FIRST, INTER_FIRST + INTER_AUTO, INTER_FIRST + frame_table.frame_inter[frame]);
+    menu_radio(frame_profile_popup, FRAME_PROFILE_FIRST, FRAME_PROFILE_FIRST + FRAME_PROFILE_N - 1,
                FRAME_PROFILE_FIRST + frame_profile_index(edit, frame));
 }
 

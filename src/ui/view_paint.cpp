@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include "audio/level.h"
@@ -31,6 +33,7 @@ static constexpr int LEVEL_UNIT = 1024;
 
 void view_paint_strip(WINDOW* window, int top, int width, const int16_t* wave, int wave_n) {
     static std::vector<uint8_t> strip(size_t(dib24_stride(STRIP_WIDTH)) * VIEW_STRIP_HEIGHT);
+    static std::array<int, STRIP_WIDTH> drawn;  // level + 1, negative without sound; 0: nothing yet
     const int columns = std::clamp(width, 0, STRIP_WIDTH);
     const bool sound = wave && wave_n > 0;
     for (int x = 0; x < columns; ++x) {
@@ -39,6 +42,8 @@ void view_paint_strip(WINDOW* window, int top, int width, const int16_t* wave, i
             const int64_t first = int64_t{x} * wave_n / columns, last = int64_t{x + 1} * wave_n / columns;
             level = audio_peak(wave + first, size_t(std::max<int64_t>(last - first, 1))) / LEVEL_UNIT;
         }
+        const int shown = sound ? level + 1 : -1;
+        if (std::exchange(drawn[size_t(x)], shown) == shown) continue;
         wave_column(strip.data() + size_t(x) * 3, STRIP_WIDTH, VIEW_STRIP_HEIGHT, level,
                     sound ? WAVE_COLUMN_SOUND : WAVE_COLUMN_BLANK, WAVE_COLUMN_BLANK);
     }

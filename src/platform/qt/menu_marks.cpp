@@ -6,6 +6,7 @@ namespace {
 
 /// What the program set stands in a property, since Qt toggles an entry that the user chooses.
 void action_mark(QAction* action, bool on) {
+    if (action->isCheckable() && action->isChecked() == on && action->property("mark").toBool() == on) return;
     action->setCheckable(true);
     action->setProperty("mark", on);
     action->setChecked(on);
@@ -60,7 +61,8 @@ void menu_radio(MENU* menu, int first, int last, int id) {
     std::vector<QAction*> actions;
     actions_between(menu, first, last, &actions);
     if (actions.empty()) return;
-    for (QAction* action : actions) action_mark(action, false);
+    for (QAction* action : actions)
+        if (action->data().toInt() != id) action_mark(action, false);
     actions_group(actions);
     for (QAction* action : actions)
         if (action->data().toInt() == id) action_mark(action, true);

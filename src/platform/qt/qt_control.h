@@ -2,6 +2,7 @@
 
 #include <QDialog>
 #include <QListWidget>
+#include <QPixmap>
 #include <QSlider>
 #include <QSpinBox>
 #include <functional>
@@ -63,6 +64,9 @@ struct NUMBER_FIELD : QSpinBox {
     void fixup(QString& text) const override;
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
+
+  protected:
+    void showEvent(QShowEvent* event) override;
 };
 
 /// A slider with marks and a range shown as selected.
@@ -74,9 +78,22 @@ struct SLIDER_FIELD : QSlider {
   protected:
     void paintEvent(QPaintEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
   private:
+    /// What the slider looks like behind its handle depends on this. A style's rounded groove is slow to draw, and the
+    /// handle moves with every frame.
+    struct BACK_LOOK {
+        QSize size;
+        qreal scale = 0;
+        qint64 palette = 0;
+        int state = 0, direction = 0, low = 0, high = 0, ticks = 0, start = 0, end = 0;
+        bool operator==(const BACK_LOOK&) const = default;
+    };
+    QPixmap back;
+    BACK_LOOK back_look;
     int pixel_of(int value, const QRect& groove, int handle) const;
+    void back_draw(QPainter* painter, const QStyleOptionSlider& option) const;
 };
 QWidget* slider_make(WINDOW* holder, QWidget* parent, const CONTROL_LINE& line);
 void slider_connect(QWidget* slider);

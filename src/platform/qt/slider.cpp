@@ -65,12 +65,8 @@ int SLIDER_FIELD::pixel_of(int value, const QRect& groove, int handle) const {
     return (across ? groove.left() : groove.top()) + handle / 2 + offset;
 }
 
-void SLIDER_FIELD::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    QStyleOptionSlider option;
-    initStyleOption(&option);
-    option.tickPosition = NoTicks;
-    groove_draw(&painter, option, this);
+void SLIDER_FIELD::back_draw(QPainter* painter, const QStyleOptionSlider& option) const {
+    groove_draw(painter, option, this);
     const QRect groove = style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, this);
     const QRect handle = style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, this);
     const bool across = orientation() == Qt::Horizontal;
@@ -83,17 +79,47 @@ void SLIDER_FIELD::paintEvent(QPaintEvent*) {
     if (start <= end) {
         QColor colour = palette().color(QPalette::Highlight);
         if (!isEnabled()) colour.setAlphaF(0.4F);
-        painter.fillRect(bar(pixel_of(start, groove, length), pixel_of(end, groove, length), -2, 5), colour);
+        painter->fillRect(bar(pixel_of(start, groove, length), pixel_of(end, groove, length), -2, 5), colour);
     }
-    if (ticks > 0 && (qint64(maximum()) - minimum()) / ticks <= MARK_LIMIT) {
-        const int edge = (across ? height() - middle : width() - middle) - 4;
-        for (qint64 value = minimum(); value <= maximum(); value += ticks) {
-            const int at = pixel_of(int(value), groove, length);
-            painter.fillRect(bar(at, at, edge, 3), palette().color(QPalette::WindowText));
-        }
+    if (ticks <= 0 || (qint64(maximum()) - minimum()) / ticks > MARK_LIMIT) return;
+    const int edge = (across ? height() - middle : width() - middle) - 4;
+    for (qint64 value = minimum(); value <= maximum(); value += ticks) {
+        const int at = pixel_of(int(value), groove, length);
+        painter->fillRect(bar(at, at, edge, 3), palette().color(QPalette::WindowText));
     }
+}
+
+void SLIDER_FIELD::paintEvent(QPaintEvent*) {
+    QStyleOptionSlider option;
+    initStyleOption(&option);
+    option.tickPosition = NoTicks;
+    const BACK_LOOK look{size(),
+                         devicePixelRatio(),
+                         palette().cacheKey(),
+                         int(option.state & ~QStyle::State_MouseOver),
+                         option.direction,
+                         minimum(),
+                         maximum(),
+                         ticks,
+                         start,
+                         end};
+    if (back.isNull() || look != back_look) {
+        back_look = look;
+        back = QPixmap(size() * look.scale);
+        back.setDevicePixelRatio(look.scale);
+        back.fill(Qt::transparent);
+        QPainter painter(&back);
+        back_draw(&painter, option);
+    }
+    QPainter painter(this);
+    painter.drawPixmap(0, 0, back);
     option.subControls = QStyle::SC_SliderHandle;
     style()->drawComplexControl(QStyle::CC_Slider, &option, &painter, this);
+}
+
+void SLIDER_FIELD::changeEvent(QEvent* event) {
+    back = {};  // the style may be another one
+    QSlider::changeEvent(event);
 }
 
 /// The wheel belongs to the window: over a slider it would change values by accident.
