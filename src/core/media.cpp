@@ -7,6 +7,7 @@
 #include "core/edit_state.h"
 #include "core/media_converter.h"
 #include "core/memory.h"
+#include "core/ui_breath.h"
 #include "pipeline/frame_cache.h"
 #include "pixels/frame_buffer.h"
 #include "platform/handle.h"
@@ -316,7 +317,10 @@ static void decode_picture(MEDIA_RECORD* record, uint8_t* picture, int frame) {
         return !bytes.empty() && decompress_frame(&record->decoder, output, bytes, key);
     };
     const int start = decoding_start(record, frame);
-    for (int f = start; f < frame; ++f) step(f, nullptr);
+    for (int f = start; f < frame; ++f) {
+        step(f, nullptr);
+        ui_breathe();
+    }
     if (step(frame, picture)) return;
     if (frame == 0)
         std::memset(picture, 0, size_t(header_picture_size(record->video_header)));

@@ -97,10 +97,12 @@ struct RELINK_DIALOG {
 };
 
 struct UI_HOOKS {
-    void (*warn)(const char* text);                     // a box with the warning icon; quiet: nothing
-    bool (*ask)(const char* text);                      // OK and Cancel; quiet: Cancel
-    bool (*ask_continue)(const char* text);             // Yes and No with the stop icon; quiet: No
-    bool (*file_dialog)(FILE_DIALOG* dialog);           // quiet: cancelled
+    void (*warn)(const char* text);                           // a box with the warning icon; quiet: nothing
+    void (*warn_file)(const char* text, const char* detail);  // the same, with lines below that name the file and say
+                                                              // why; quiet: warn, without them
+    bool (*ask)(const char* text);                            // OK and Cancel; quiet: Cancel
+    bool (*ask_continue)(const char* text);                   // Yes and No with the stop icon; quiet: No
+    bool (*file_dialog)(FILE_DIALOG* dialog);                 // quiet: cancelled
     bool (*relink)(RELINK_DIALOG* dialog);              // string 1004 with OK and Cancel, naming what is missing; on OK
                                                         // the file dialog of the readers; quiet: cancelled
     bool (*choose_audio)(AUDIO_FORMAT_DIALOG* dialog);  // quiet: cancelled
@@ -112,6 +114,8 @@ struct UI_HOOKS {
     bool (*mix_dialog)(MIX_DIALOG* dialog);      // quiet: cancelled
     bool (*pump)();                         // handles all waiting messages; true when the user pressed Esc or chose
                                             // to stop; quiet: false
+    void (*breathe)();                      // keeps the window alive and handles nothing, see ui_breath.h; quiet:
+                                            // nothing
     void (*set_title)(const char* text);    // the main window's title; quiet: nothing
     void (*edit_changed)();                 // frames, selection, current frame or open state changed
     void (*interface_enable)(bool enable);  // menus and controls during a save

@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "core/ui_breath.h"
 #include "hosts/filter.h"
 #include "hosts/filter_cache.h"
 #include "hosts/filter_call.h"
@@ -104,6 +105,7 @@ int filter_chain_run(FILTER_PROC_PARAM* param, const char* profile, FILTER* star
     begin_video(param, profile);
     bool reached = !start;
     for (FILTER** at = chain; *at && *at != stop; ++at) {
+        ui_breathe();
         reached = reached || *at == start;
         if (reached && is_video(*at) && runs(*at)) run(*at, param);
     }

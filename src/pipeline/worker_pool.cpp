@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 
+#include "core/ui_breath.h"
 #include "platform/futex.h"
 #include "platform/guard.h"
 #include "platform/thread.h"
@@ -182,7 +183,8 @@ static void workers_await(POOL* pool) {
             return;
         } else if ((pending & PENDING_SLEEPER) ||
                    pool->pending.compare_exchange_weak(pending, pending | PENDING_SLEEPER)) {
-            futex_wait(&pool->pending, pending | PENDING_SLEEPER, -1);
+            futex_wait(&pool->pending, pending | PENDING_SLEEPER, ui_breath_needed() ? futex_deadline(BREATH_MS) : -1);
+            ui_breathe();
         }
     }
 }

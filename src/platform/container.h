@@ -45,6 +45,8 @@ struct CONTAINER_OPTIONS {
     /// Called now and then while a long file is listed, with the share done; true stops, and the file does not open.
     bool (*progress)(double done, void* data) = nullptr;
     void* data = nullptr;
+    /// Called between the steps of decoding, of which there are many when the last key frame lies far back.
+    void (*step)() = nullptr;
 };
 
 struct CONTAINER_INFO {

@@ -143,9 +143,17 @@ bool window_system_visible();
 /// The message loop, until window_quit. Returns the code given there.
 int window_run();
 void window_quit(int code);
+/// The same for a signal handler, which may call nothing else of these: the loop ends when it comes round. An earlier
+/// code stays. False: the window system is not started.
+bool window_quit_from_signal(int code);
 /// Handles everything that waits, posted messages included, and returns. False: window_quit was called. For long work
 /// on the main thread; a repaint that is due happens here.
 bool window_pump();
+
+/// Answers the desktop and shows what is painted, in the middle of work during which nothing can be handled: no window
+/// gets a message. Input and posted messages wait; what else comes up meanwhile joins the queue; a repaint that needs
+/// WM_PAINT follows later. Nothing happens during a WM_PAINT and on other threads.
+void window_refresh();
 
 /// Behind what waits already; from any thread. A posted message is handled from window_run, window_pump or inside a
 /// modal dialog.

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "core/settings.h"
+#include "core/ui_breath.h"
 #include "platform/container.h"
 #include "readers/fourcc.h"
 #include "readers/open_progress.h"
@@ -26,6 +27,7 @@ static CONTAINER_PTR container_of(const char* path) {
     }
     options.index_folder = container_index_folder();
     options.progress = [](double part, void*) { return open_progress_stop(part); };
+    options.step = ui_breathe;
     return container_open(path, options);
 }
 

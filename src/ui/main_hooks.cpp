@@ -1,6 +1,7 @@
 #include "ui/main_hooks.h"
 
 #include "core/edit_state.h"
+#include "core/ui_breath.h"
 #include "core/ui_hooks.h"
 #include "hosts/filter.h"
 #include "output/progress.h"
@@ -80,6 +81,7 @@ static bool pump() {
     stop_asked = false;
     window_pump();
     --pump_depth;
+    ui_breath_taken();
     show_progress(progress_permille());
     return stop_asked;
 }
@@ -126,6 +128,7 @@ void main_hooks_install(WINDOW* window) {
     ui_hooks.paint = paint;
     ui_hooks.finish_notice = finish_notice;
     ui_hooks.pump = pump;
+    ui_hooks.breathe = window_refresh;
     ui_hooks.modifier_down = modifier_down;
 }
 

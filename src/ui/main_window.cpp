@@ -6,6 +6,7 @@
 #include "core/edit_settings.h"
 #include "core/source.h"
 #include "core/start_up.h"
+#include "core/ui_breath.h"
 #include "core/ui_hooks.h"
 #include "pipeline/frame_renderer.h"
 #include "platform/text.h"
@@ -36,6 +37,7 @@ void main_redraw(EDIT_STATE* edit) {
         window_invalidate(window_now);
         return;
     }
+    ui_breath_taken();
     render_current(edit);
     paint_current(edit);
     window_set_title(window_now, text_to_utf8(title_text(edit)));

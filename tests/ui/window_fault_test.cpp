@@ -10,7 +10,9 @@
 #include "output/progress.h"
 #include "output/save.h"
 #include "output/save_flags.h"
+#include "pipeline/worker_pool.h"
 #include "platform/clipboard.h"
+#include "platform/clock.h"
 #include "resources/string_ids.h"
 #include "support/kernel_test.h"
 #include "ui/dialog_user.h"
@@ -41,6 +43,7 @@ struct WindowFaults : MAIN_FIXTURE {
         answer = yes;
         ui_hooks.ask = [](const char*) { return ++questions, answer; };
         ui_hooks.warn = [](const char*) {};
+        ui_hooks.warn_file = nullptr;
     }
     /// Saves the whole edit; something happens in the middle of it.
     int save(const std::string& path, int pump = 0, std::function<void()> what = {}) {
@@ -103,6 +106,44 @@ TEST_F(WindowFaults, AFilterThatCrashesLosesItsCall) {
     repaint();
     key(KEY_RIGHT);
     EXPECT_EQ(edit->frame, 1);
+    expect_sound();
+}
+
+// Longer than the time between two breaths, on the workers and on the main thread.
+int slow_proc(FILTER*, FILTER_PROC_PARAM*) {
+    parallel_run([](int, int, void*) { clock_sleep_ms(80); }, nullptr);
+    clock_sleep_ms(80);
+    return 1;
+}
+
+TEST_F(WindowFaults, ASlowFrameLeavesTheWindowAlive) {
+    static int breaths, handled;
+    stop();
+    FILTER record{};
+    record.name = "slow";
+    record.flags = FILTER_F_ALWAYS_ON | FILTER_F_NO_WINDOW;
+    record.func_proc = slow_proc;
+    window_run();
+    ASSERT_TRUE(filter_plugin_add(&record, this, "/plugins/slow.vtf", nullptr));
+    start();
+    if (!worker_pool_active()) worker_pool_start(2, {});
+    open();
+    WINDOW* other = window_create({WINDOW_TOOL, 0, "", nullptr,
+                                   [](WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+                                       handled += message == WM_USER;
+                                       return window_default(window, message, wparam, lparam);
+                                   },
+                                   0, 0, 1, 1});
+    window_post(other, WM_USER, 0, 0);
+    breaths = handled = 0;
+    const auto real = std::exchange(ui_hooks.breathe, [] { ++breaths, window_refresh(); });
+    main_redraw(edit);
+    ui_hooks.breathe = real;
+    EXPECT_GE(breaths, 2);
+    EXPECT_EQ(handled, 0);
+    window_pump();
+    EXPECT_EQ(handled, 1);
+    window_destroy(other);
     expect_sound();
 }
 

@@ -355,6 +355,22 @@ TEST_F(WindowTest, TimersRunUntilStopped) {
     EXPECT_EQ(ticks(3), 0);
 }
 
+TEST_F(WindowTest, RefreshHandlesNothing) {
+    on_paint = [](WINDOW*) { window_refresh(); };
+    timer_start(window, 7, 1);
+    window_post(window, WM_USER, 1, 0);
+    window_invalidate(window);
+    for (int round = 0; round < 5; ++round) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(3));
+        window_refresh();
+    }
+    std::thread(window_refresh).join();
+    EXPECT_TRUE(came({WM_USER, WM_TIMER, WM_PAINT, WM_SIZE}).empty());
+    timer_stop(window, 7);
+    window_pump();
+    for (const uint32_t message : {WM_USER, WM_TIMER, WM_PAINT}) EXPECT_EQ(came({message}).size(), 1u) << message;
+}
+
 TEST_F(WindowTest, DropsComeOnlyWhenWanted) {
     input_drop(window, {"/tmp/a.avi"});
     window_pump();

@@ -29,6 +29,7 @@ bool picture_open(PICTURE_SIDE* side, const AVStream* stream, const CONTAINER_OP
     const AVCodec* kind = avcodec_find_decoder(stream->codecpar->codec_id);
     if (!kind) return false;
     side->codec.reset(avcodec_alloc_context3(kind));
+    side->step = options.step;
     side->now.reset(av_frame_alloc());
     side->later.reset(av_frame_alloc());
     side->scratch.reset(av_frame_alloc());
@@ -106,6 +107,7 @@ static void decode_on(PICTURE_SIDE* side, int32_t place) {
         } else if (got < 0 && !more) {
             if (side->drained || side->reader.next > enough) return;
             feed(side, &lost);
+            if (side->step) side->step();
         }
     }
 }

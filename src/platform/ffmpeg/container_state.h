@@ -192,6 +192,7 @@ struct PICTURE_SIDE {
     int scaler_key[9] = {};
     AV_FRAME_PTR scaled;
     std::vector<uint8_t> turned;
+    void (*step)() = nullptr;  // of CONTAINER_OPTIONS
 };
 enum { TURN_SWAP = 1, TURN_FLIP_X = 2, TURN_FLIP_Y = 4 };  // out(x, y) = in(x, y) swapped first, then mirrored
 

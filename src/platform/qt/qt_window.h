@@ -31,6 +31,7 @@ struct WINDOW {
     QWidget* progress = nullptr;
     QScrollBar* bars[2] = {};  // horizontal, vertical
     QPainter* painter = nullptr;
+    bool unpainted = false;  // a paint came during window_refresh
     QSize told_size;  // of the last WM_SIZE
     WINDOW_STATE told_state = WINDOW_NORMAL;
     QPoint told_place;   // of the last WM_MOVE
@@ -51,7 +52,8 @@ QWidget* frame_of(const WINDOW* window);
 std::vector<WINDOW*> window_all();
 void window_table_clear();
 
-/// Runs the window's or the dialog's procedure, or window_default for a window without one.
+/// Runs the window's procedure, or window_default for a window without one; during window_refresh the message joins the
+/// queue instead, and the result is 0.
 intptr_t window_call(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam);
 /// To the window that holds a control.
 void control_notify(WINDOW* control, int note);
@@ -73,9 +75,16 @@ void queue_input(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lp
                  bool wait);
 /// Handles the first message that waits. False: none does.
 bool queue_handle_one();
+/// Makes the loop look at the queue again after it was told to wait.
+void queue_go_on();
 void queue_forget(const WINDOW* window);
 /// The keys held with the input that is being handled. False: none is.
 bool queue_modifiers(Qt::KeyboardModifiers* modifiers);
+
+/// Whether window_refresh runs; what it puts off is told with refresh_miss.
+bool refresh_running();
+void refresh_miss();
+void refresh_painting(bool begins);
 
 void timer_forget(const WINDOW* window);
 void timer_clear();

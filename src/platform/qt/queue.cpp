@@ -38,6 +38,10 @@ void queue_wake(QUEUE& q) {
 
 bool QUEUE_WAKE::event(QEvent* event) {
     if (event->type() != QEvent::User) return QObject::event(event);
+    if (refresh_running()) {
+        refresh_miss();
+        return true;
+    }
     {
         const std::lock_guard lock(queue().mutex);
         queue().woken = false;
@@ -75,6 +79,13 @@ void queue_stop() {
     const std::lock_guard lock(queue().mutex);
     delete std::exchange(queue().wake, nullptr);
     queue().waiting.clear();
+}
+
+void queue_go_on() {
+    QUEUE& q = queue();
+    const std::lock_guard lock(q.mutex);
+    q.woken = false;
+    queue_wake(q);
 }
 
 bool queue_handle_one() {

@@ -127,6 +127,12 @@ void window_tell_place(WINDOW* window) {
 }
 
 void window_paint(WINDOW* window, QWidget* widget) {
+    if (refresh_running()) {
+        window->unpainted = true;
+        refresh_miss();
+        return;
+    }
+    refresh_painting(true);
     QPainter painter(widget);
     QPainter* outer = std::exchange(window->painter, &painter);
     // A picture among the controls is painted by the window that holds it.
@@ -135,6 +141,7 @@ void window_paint(WINDOW* window, QWidget* widget) {
     else
         window_call(window, WM_PAINT, 0, 0);
     if (window_exists(window)) window->painter = outer;
+    refresh_painting(false);
 }
 
 QPainter* window_painter(WINDOW* window) { return window_exists(window) ? window->painter : nullptr; }

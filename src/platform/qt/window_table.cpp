@@ -117,6 +117,11 @@ void window_table_clear() {
 
 intptr_t window_call(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     if (!window_exists(window)) return 0;
+    if (refresh_running()) {
+        refresh_miss();
+        if (message != WM_TIMER || !window_waiting(window, WM_TIMER)) window_post(window, message, wparam, lparam);
+        return 0;
+    }
     if (window->proc) return window->proc(window, message, wparam, lparam);
     return window_default(window, message, wparam, lparam);
 }
