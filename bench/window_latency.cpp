@@ -1,6 +1,7 @@
 // From a key to the picture in the main window, beside rendering alone: a 1080p YUY2 clip with noise removal,
 // sharpening and colour correction on, with and without the overlay. Runs offscreen without a display.
-//     window_latency [STEPS]
+//     window_latency [STEPS [FILE]]
+// With a file: jumps to places all over it, and how long the window leaves the desktop without an answer meanwhile.
 
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include "core/edit_state.h"
 #include "core/source.h"
 #include "core/start_up.h"
+#include "core/ui_hooks.h"
 #include "demo/clip.h"
 #include "hosts/filter.h"
 #include "pipeline/frame_renderer.h"
@@ -64,6 +66,33 @@ static void measure_steps(EDIT_STATE* edit, int steps) {
     print_row("from the key to the picture", key);
 }
 
+static CLOCK::time_point answered;
+static std::vector<double> silences;
+
+static void answer() {
+    silences.push_back(ms_since(answered));
+    answered = CLOCK::now();
+}
+
+static int measure_jumps(EDIT_STATE* edit, const char* file, int steps) {
+    if (open_file(edit, text_from_utf8(file).c_str(), 0) != 1) return 1;
+    const auto breathe = ui_hooks.breathe;
+    ui_hooks.breathe = [] { answer(), window_refresh(); };
+    std::vector<double> jumps;
+    for (int i = 0; i < steps; ++i) {
+        edit->frame = int((int64_t{i} * 7919 + 501) % edit->frame_n);
+        const auto start = answered = CLOCK::now();
+        main_redraw(edit);
+        jumps.push_back(ms_since(start));
+        answer();
+        window_pump();
+    }
+    ui_hooks.breathe = breathe;
+    print_row("jump to a far frame", jumps);
+    print_row("time without an answer", silences);
+    return 0;
+}
+
 static int measure(EDIT_STATE* edit, const std::string& clip, int steps) {
     if (!clip_write({1920, 1080, 30, 1, 4 * steps + 2, 0, 0, 0}, text_from_utf8(clip)) ||
         open_file(edit, text_from_utf8(clip).c_str(), 0) != 1)
@@ -100,7 +129,8 @@ int main(int argc, char** argv) {
         EDIT_STATE* edit = start_up(true);
         window_pump();
         std::printf("start to the first picture of the window: %.0f ms\n", ms_since(start));
-        if (edit) result = measure(edit, folder + "/clip.avi", std::max(steps, 1));
+        if (edit && argc > 2) result = measure_jumps(edit, argv[2], std::max(steps, 1));
+        if (edit && argc <= 2) result = measure(edit, folder + "/clip.avi", std::max(steps, 1));
         shut_down();
         dialogs_remove();
         window_system_stop();

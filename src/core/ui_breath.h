@@ -5,7 +5,7 @@
 /// window is to be seen again. So whoever works long on the main thread calls ui_breathe between steps. It does
 /// something (UI_HOOKS::breathe) at most every BREATH_MS; no message reaches a window.
 
-inline constexpr int BREATH_MS = 50;
+inline constexpr int BREATH_MS = 30;
 
 void ui_breathe();
 /// The messages have just been looked at, so there is no hurry.
