@@ -11,11 +11,14 @@ static char entries[HISTORY_MAX][PATH_SIZE];
 
 static void key_of(int i, char out[16]) { std::snprintf(out, 16, "history%d", i); }
 
+// Without gaps: the menu counts what there is.
 void history_read() {
-    for (int i = 0; i < HISTORY_MAX; ++i) {
+    history_clear();
+    for (int i = 0, n = 0; i < HISTORY_MAX; ++i) {
         char key[16];
         key_of(i, key);
-        ini_read_text(settings_file(), "edit", key, entries[i], "");
+        ini_read_text(settings_file(), "edit", key, entries[n], "");
+        if (*entries[n]) ++n;
     }
 }
 

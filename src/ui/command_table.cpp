@@ -101,7 +101,7 @@ static void toggle_wave(const COMMAND_CALL& c) {
 // ---- the table
 
 enum : unsigned {
-    COMMAND_REDRAW = 1,
+    COMMAND_REDRAW = 1,  // beside those of always_redraws
     COMMAND_NEEDS_EDIT = 2,
     COMMAND_ALWAYS = 4,  // also while a save runs
 };
@@ -113,11 +113,11 @@ struct MAIN_COMMAND {
 };
 
 static constexpr MAIN_COMMAND COMMAND_TABLE[] = {
-    {5097, 5097, open_new, COMMAND_REDRAW},
-    {5100, 5100, open_append, COMMAND_REDRAW | COMMAND_NEEDS_EDIT},
-    {5168, 5168, open_sound, COMMAND_REDRAW | COMMAND_NEEDS_EDIT},
-    {5157, 5157, close_file, COMMAND_REDRAW},
-    {5118, 5118, project_open, COMMAND_REDRAW},
+    {5097, 5097, open_new, 0},
+    {5100, 5100, open_append, COMMAND_NEEDS_EDIT},
+    {5168, 5168, open_sound, COMMAND_NEEDS_EDIT},
+    {5157, 5157, close_file, 0},
+    {5118, 5118, project_open, 0},
     {1023, 1023, project_store, COMMAND_NEEDS_EDIT},
     {1024, 1024, project_overwrite, COMMAND_NEEDS_EDIT},
     {1003, 1003, save_avi, COMMAND_REDRAW | COMMAND_NEEDS_EDIT},
@@ -125,13 +125,13 @@ static constexpr MAIN_COMMAND COMMAND_TABLE[] = {
     {5296, 5327, nullptr, 0},
     {5395, 5395, nullptr, 0},
     {1025, 1025, nullptr, 0},
-    {5167, 5167, import_keys, COMMAND_REDRAW | COMMAND_NEEDS_EDIT},
+    {5167, 5167, import_keys, COMMAND_NEEDS_EDIT},
     {1054, 1054, export_keys, COMMAND_NEEDS_EDIT},
     {1057, 1057, join_files, COMMAND_REDRAW},
     {1058, 1058, mix_files, COMMAND_REDRAW},
     {1073, 1073, clear_recent, 0},
     {1002, 1002, leave_program, 0},
-    {5180, 5180, command_line, COMMAND_REDRAW},
+    {5180, 5180, command_line, 0},
     {100, 101, show_information, COMMAND_ALWAYS},
     {102, 102, nullptr, 0},
     {103, 105, show_information, COMMAND_ALWAYS},
@@ -145,13 +145,13 @@ static constexpr MAIN_COMMAND COMMAND_TABLE[] = {
     {1086, 1086, nullptr, 0},
     {5496, 5527, nullptr, 0},
     {5595, 5595, nullptr, 0},
-    {5596, 5605, open_recent, COMMAND_REDRAW},
+    {5596, 5605, open_recent, 0},
     {1037, 1042, choose_priority, COMMAND_ALWAYS},
-    {8000, 8002, profile, COMMAND_REDRAW},
-    {8006, 8101, profile, COMMAND_REDRAW},
-    {5183, 5183, filters_off, COMMAND_REDRAW},
-    {5139, 5139, video_order, COMMAND_REDRAW},
-    {5181, 5181, audio_order, COMMAND_REDRAW},
+    {8000, 8002, profile, 0},
+    {8006, 8101, profile, 0},
+    {5183, 5183, filters_off, 0},
+    {5139, 5139, video_order, 0},
+    {5181, 5181, audio_order, 0},
     {5399, 5399, nullptr, 0},
     {1099, 1099, nullptr, 0},
     {9104, 9104, toggle_wave, COMMAND_REDRAW | COMMAND_ALWAYS},
@@ -176,6 +176,9 @@ static bool allowed(const EDIT_STATE* edit, const MAIN_COMMAND& command) {
     return (edit->edit_flag & EDIT_OPEN) || !(command.flags & COMMAND_NEEDS_EDIT);
 }
 
+/// The numbers that change the edit: what is shown follows, also when there is no such command or it may not run.
+static bool always_redraws(int id) { return id >= 4096 && id <= 8191; }
+
 static unsigned edit_command(const MAIN_MESSAGE& m, int id) {
     if (main_busy()) return STEP_GO_ON;
     const int result = edit_command_run(m.edit, id, int32_t(m.lparam));
@@ -198,9 +201,10 @@ unsigned main_command(const MAIN_MESSAGE& m) {
         return STEP_HANDLED;
     }
     if (id >= PLUGIN_FIRST) return STEP_HANDLED;
+    const unsigned after = always_redraws(id) ? STEP_REDRAW : STEP_GO_ON;
     const MAIN_COMMAND* command = find_command(id);
-    if (!command) return edit_command(m, id);
-    if (!command->run || !allowed(m.edit, *command)) return STEP_GO_ON;
+    if (!command) return after | edit_command(m, id);
+    if (!command->run || !allowed(m.edit, *command)) return after;
     command->run({m.edit, id, id - command->first});
-    return command->flags & COMMAND_REDRAW ? STEP_REDRAW : STEP_GO_ON;
+    return command->flags & COMMAND_REDRAW ? unsigned{STEP_REDRAW} : after;
 }

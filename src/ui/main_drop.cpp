@@ -14,11 +14,11 @@ void main_open_file(EDIT_STATE* edit, const char* path, uint32_t flags) {
     if ((flags & OPEN_APPEND) || confirm_close(edit)) open_file(edit, path, flags);
 }
 
-// Only the first file counts.
+// Only the first file counts. Without an edit there is nothing to append to: any file opens as a new one.
 unsigned main_drop(const MAIN_MESSAGE& m) {
     if (main_busy() || window_dropped_files().empty()) return STEP_GO_ON;
     const std::string path = text_from_utf8(window_dropped_files().front());
-    const bool append = key_held(KEY_CONTROL), open = m.edit->edit_flag & EDIT_OPEN;
+    const bool open = m.edit->edit_flag & EDIT_OPEN, append = open && key_held(KEY_CONTROL);
     const uint32_t flags = system_settings.dragdropdialog ? OPEN_ASK : 0u;
     window_activate(m.window);
     if (open && extension_is(path, ".wav"))

@@ -33,6 +33,11 @@ bool main_busy() { return edit_state && ((edit_state->edit_flag & EDIT_SAVING) |
 // ---- redraw
 
 void main_redraw(EDIT_STATE* edit) {
+    if (edit->edit_flag & EDIT_SAVING) {  // which renders; zoom and strip may change meanwhile
+        paint_current(edit);
+        filter_broadcast_post(0, 0);
+        return;
+    }
     if (main_busy()) {
         window_invalidate(window_now);
         return;

@@ -61,7 +61,8 @@ void view_enable(const VIEW_RECORD* view, bool on) {
 
 void view_set_range(const VIEW_RECORD* view, int first, int n) {
     WINDOW* slider = slider_of(view);
-    slider_set_steps(slider, std::abs(system_settings.moveA), (n - first) / 2);
+    const int64_t page = std::min<int64_t>(std::abs(int64_t{system_settings.moveA}), INT32_MAX);
+    slider_set_steps(slider, int(page), (n - first) / 2);
     control_set_range(slider, first, std::max(n - 1, first));
 }
 

@@ -66,16 +66,16 @@ void view_fit(const VIEW_RECORD* view, int width, int height, bool grow_only) {
     const RECT client = window_client(window), frame = window_frame(window);
     const int strip = view->view_flag & VIEW_WAVE ? VIEW_STRIP_HEIGHT : 0;
     int w = view_zoom_scale(view, width), h = view_zoom_scale(view, height) + VIEW_BAR_HEIGHT + strip;
-    if (grow_only) {
-        if (client.width >= w && client.height >= h) return;
-        w = std::max(w, client.width);
-        h = std::max(h, client.height);
-    }
+    if (grow_only && client.width >= w && client.height >= h) return;
     // A window larger than the screen would have its bar where nobody can reach it.
     const RECT desktop = screen_desktop();
     const int across = frame.width - client.width, down = frame.height - client.height;
     w = std::max(std::min(w, desktop.width - across), VIEW_MIN_WIDTH - across);
     h = std::max(std::min(h, desktop.height - down), VIEW_MIN_HEIGHT - down);
+    if (grow_only) {  // the user's own size stays, also over several screens
+        w = std::max(w, client.width);
+        h = std::max(h, client.height);
+    }
     if (w != client.width || h != client.height) window_resize_client(window, w, h);
 }
 

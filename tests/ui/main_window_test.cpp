@@ -142,6 +142,9 @@ TEST_F(MainWindow, QueuedMovementsRenderOnce) {
     window_pump();
     EXPECT_EQ(edit->frame, 20);
     EXPECT_EQ(rendered, std::set<int>{20});
+    rendered.clear();
+    command(5099);  // no command, but one of the numbers that always redraw
+    EXPECT_EQ(rendered, std::set<int>{20});
     filter_chain_set_observer(nullptr, nullptr);
     EXPECT_EQ(control_value(slider()), 20);
 
@@ -174,6 +177,10 @@ TEST_F(MainWindow, DroppedFilesOpenByKind) {
     EXPECT_EQ(edit->frame_n, 80);
     EXPECT_NE(frame_table.frame_audio[50], before);
     EXPECT_NE(title().find("a.avi"), std::string::npos);
+    command(5157);
+    input_drop(main_window(), {second}, {KEY_CONTROL});  // nothing to append to
+    window_pump();
+    EXPECT_EQ(edit->frame_n, 40);
 }
 
 static int questions;

@@ -95,6 +95,12 @@ TEST_F(ViewWindow, EveryZoomShowsThePicturesPixels) {
     EXPECT_EQ(edit->view.draw_rect[4], 75);
     command(9206);
     EXPECT_EQ(edit->view.draw_rect[3], 250 - VIEW_BAR_HEIGHT - VIEW_STRIP_HEIGHT);
+    command(9202);
+    const int wide = screen_desktop().width + 40;  // over two screens
+    window_resize_client(main_window(), wide, 100);
+    view_fit(&edit->view, 128, 96, true);
+    EXPECT_EQ(window_client(main_window()).width, wide);
+    EXPECT_GT(window_client(main_window()).height, 100);
 }
 
 TEST_F(ViewWindow, StripAndMarksFollow) {
