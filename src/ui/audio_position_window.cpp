@@ -4,7 +4,7 @@
 #include "ui/filter_window_tools.h"
 
 // Below the track: what its frames are in milliseconds.
-static constexpr int ID_TIME = 20000;
+static constexpr int ID_TIME = FILTER_CONTROL_OWN;
 static constexpr int RIGHT = 78, WIDTH = 64, HEIGHT = 16, ABOVE_BOTTOM = 20;
 
 static void place(WINDOW* window) {

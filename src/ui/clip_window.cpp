@@ -8,7 +8,7 @@
 #include "ui/filter_window_tools.h"
 
 // Below the tracks: the size to which the clip is resized, and whether it keeps that shape.
-static constexpr int ID_SIZE = 20000, ID_ASPECT = 20001;
+static constexpr int ID_SIZE = FILTER_CONTROL_OWN, ID_ASPECT = FILTER_CONTROL_OWN + 1;
 static constexpr int ROW = 24, LEFT = 6, BOX_WIDTH = 120, BETWEEN = 8;
 
 static void place(WINDOW* window) {
@@ -16,6 +16,14 @@ static void place(WINDOW* window) {
     const int top = client.height - ROW - 2, right = LEFT + BOX_WIDTH + BETWEEN;
     control_place(control_of(window, ID_SIZE), {LEFT, top, BOX_WIDTH, ROW});
     control_place(control_of(window, ID_ASPECT), {right, top, std::max(client.width - right - LEFT, 1), ROW});
+}
+
+// The row goes along with the text: arrow keys go on from there, and the one of before can be chosen again.
+static void show_label(WINDOW* size, const std::string& label) {
+    int row = rows_count(size) - 1;
+    while (row >= 0 && rows_text(size, row) != label) --row;
+    rows_select(size, row);
+    control_set_text(size, label);
 }
 
 // A text that says what is stored stays, so that typing is not disturbed.
@@ -27,7 +35,7 @@ static void show(WINDOW* window, const FILTER* filter) {
     char label[64];
     clip_target_label(target, label, sizeof label);
     if (window_focused() != size || typed.width != target.width || typed.height != target.height)
-        control_set_text(size, text_to_utf8(label));
+        show_label(size, text_to_utf8(label));
     control_check(control_of(window, ID_ASPECT), target.keep_aspect != 0);
 }
 
@@ -50,11 +58,6 @@ static int chosen(WINDOW* window, FILTER* filter, int id, int note) {
     return target.width != old.width || target.height != old.height || target.keep_aspect != old.keep_aspect;
 }
 
-static void enable(WINDOW* window, bool on) {
-    window_enable(control_of(window, ID_SIZE), on);
-    window_enable(control_of(window, ID_ASPECT), on);
-}
-
 int clip_window_proc(void* handle, uint32_t message, uintptr_t wparam, intptr_t, EDIT_STATE*, FILTER* filter) {
     WINDOW* window = static_cast<WINDOW*>(handle);
     switch (message) {
@@ -62,8 +65,6 @@ int clip_window_proc(void* handle, uint32_t message, uintptr_t wparam, intptr_t,
         case FILTER_MSG_SETTING_CHANGED: show(window, filter); return 0;
         case WM_SIZE: place(window); return 0;
         case WM_COMMAND: return chosen(window, filter, command_id(wparam), command_note(wparam));
-        case FILTER_MSG_SAVE_START: enable(window, false); return 0;
-        case FILTER_MSG_SAVE_END: enable(window, true); return 0;
         default: return 0;
     }
 }

@@ -4,10 +4,12 @@
 #include "core/file_filter.h"
 #include "core/message.h"
 #include "core/settings_store.h"
+#include "platform/path.h"
 #include "platform/text.h"
+#include "platform/window_box.h"
 #include "resources/string_ids.h"
-#include "ui/dialog_file.h"
 #include "ui/dialogs.h"
+#include "ui/dialogs_output.h"
 
 namespace {
 
@@ -42,14 +44,6 @@ void browse_folder(WINDOW* field) {
     if (!chosen.empty()) control_set_text(field, chosen);
 }
 
-void browse_sound(WINDOW* field) {
-    const std::string filter = file_filter_one(STR_FILES_WAV, "*.wav");
-    const std::string start = text_from_utf8(control_text(field));
-    char path[PATH_SIZE];
-    if (dialog_file_choose(dialog_file_box("", filter.c_str(), start.c_str(), false), path))
-        control_set_text(field, text_to_utf8(path));
-}
-
 }  // namespace
 
 bool dialog_system_run() {
@@ -68,7 +62,8 @@ bool dialog_system_run() {
     };
     steps.command = [&](WINDOW* dialog, int id, int) {
         if (id == BROWSE_FOLDER) browse_folder(control_of(dialog, SAVE_NAME));
-        if (id == BROWSE_SOUND) browse_sound(control_of(dialog, FINISH_SOUND));
+        if (id == BROWSE_SOUND)
+            field_browse(control_of(dialog, FINISH_SOUND), file_filter_one(STR_FILES_WAV, "*.wav"), false);
     };
     if (!dialogs_run("SYSTEM", steps)) return false;
     if (!settings_store(settings)) message_warn(STR_CLI_SETTINGS_NOT_SAVED, settings_file());

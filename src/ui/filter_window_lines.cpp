@@ -68,7 +68,7 @@ static void take_track(FILTER* filter, int i) {
     filter->track_edits[i] = control_of(window, FILTER_CONTROL_EDIT + i);
     WINDOW *bar = filter_control(filter->track_bars[i]), *edit = filter_control(filter->track_edits[i]);
     const int low = filter_low(filter, i);
-    slider_set_steps(bar, 1, (filter_high(filter, i) - low) / 2);
+    slider_set_steps(bar, 1, int((int64_t{filter_high(filter, i)} - low) / 2));
     control_set_value(bar, low);
     control_set_text(edit, "0");
     const std::string name = filter_text(filter->track_labels[i]);

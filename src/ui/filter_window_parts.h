@@ -35,9 +35,9 @@ inline bool filter_is_menu(const FILTER* filter) {
 inline bool filter_has_window(const FILTER* filter) {
     return !filter_is_menu(filter) && !(filter->flags & FILTER_F_NO_WINDOW);
 }
-/// Whether anything would stand in the window; there are records whose work is not in this build.
+/// Whether the window can be shown; there are built-in records whose work is not in this build.
 inline bool filter_window_filled(const FILTER* filter) {
-    return filter->func_WndProc || filter->track_count > 0 || filter->check_count > 0;
+    return filter->module || filter->func_WndProc || filter->track_count > 0 || filter->check_count > 0;
 }
 /// A text of the record in UTF-8; null is empty.
 std::string filter_text(const char* text);

@@ -3,6 +3,7 @@
 
 #include "resources/string_ids.h"
 #include "ui/filter_window_parts.h"
+#include "ui/filter_window_tools.h"
 
 // ---- tracks
 
@@ -84,6 +85,7 @@ void filter_window_enable(const FILTER* filter) {
             enable(control, on);
     }
     for (int i = 0; i < filter->check_count; ++i) enable(filter->check_boxes[i], on && has_meaning(filter, i));
+    for (int id = FILTER_CONTROL_OWN; WINDOW* own = control_of(filter_window(filter), id); ++id) window_enable(own, on);
 }
 
 int filter_enable_windows(bool on) {

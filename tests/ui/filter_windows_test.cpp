@@ -137,7 +137,12 @@ TEST_F(FilterWindows, MakesWindowsFromRecords) {
     FILTER none_record = record("none", FILTER_F_NO_WINDOW);
     const FILTER* none = add(none_record);
     const FILTER* always = add("always", FILTER_F_ALWAYS_ON);
+    FILTER bare_record = record("bare", 0);
+    bare_record.track_count = bare_record.check_count = 0;
+    bare_record.func_WndProc = nullptr;
+    const FILTER* bare = add(bare_record);
     start();
+    EXPECT_TRUE(bare->active_box && menu_enabled(menu, 11001 + bare->menu_index));
     ASSERT_NE(filter->window, nullptr);
     EXPECT_EQ(window_title(window(filter)), "<sub>plain");
     EXPECT_EQ(filter->main_window, main);
@@ -213,6 +218,8 @@ TEST_F(FilterWindows, StepButtonsStopAtTheLimits) {
 }
 
 TEST_F(FilterWindows, SlidersSetAllTracksThatMoved) {
+    track_low[1] = INT32_MIN;  // more steps than an int counts
+    track_high[1] = INT32_MAX;
     const FILTER* filter = add("f");
     start();
     control_set_value(control(filter->track_bars[1]), 44);
@@ -268,7 +275,7 @@ TEST_F(FilterWindows, NumberFieldsFollowWhatIsTyped) {
     EXPECT_EQ(text(filter, 0), "6");
     EXPECT_EQ(filter_window_typed(filter, 1, " +12x"), 12);
     EXPECT_EQ(filter_window_typed(filter, 1, "-99999999999999999999999"), -100);
-    EXPECT_EQ(filter_window_typed(filter, 1, std::string(32, ' ') + "9"), 0);
+    EXPECT_EQ(filter_window_typed(filter, 1, std::string(32, ' ').append(1, '9')), 0);
 }
 
 TEST_F(FilterWindows, ChecksToggleOrActAsOneOfSeveral) {
@@ -525,9 +532,16 @@ TEST_F(FilterWindows, BuiltInWindows) {
     control_check(aspect, true);
     EXPECT_EQ(command(clip, 20001), 1);
     EXPECT_EQ(command(clip, 20001), 0);
+    rows_select(size, 2);
+    EXPECT_EQ(command(clip, 20000 | NOTE_SELECTED << 16), 1);
     filter_reset(clip);
     window_pump();
     EXPECT_EQ(control_text(size), language_text_utf8(STR_NONE));
+    EXPECT_EQ(rows_selected(size), 0) << "the same row can be chosen again";
+    filter_enable_windows(false);
+    EXPECT_FALSE(window_enabled(size) || window_enabled(aspect));
+    filter_enable_windows(true);
+    EXPECT_TRUE(window_enabled(size) && window_enabled(aspect));
     EXPECT_FALSE(control_checked(aspect));
 
     const FILTER* histogram = filter_built_in(STR_FILTER_HISTOGRAM);
