@@ -1,287 +1,195 @@
 #include "platform/overlay.h"
 
 #include <qdrawutil.h>
-#include <QApplication>
+#include <QCoreApplication>
 #include <QIcon>
-#include <QOffscreenSurface>
-#include <QOpenGLContext>
-#include <QOpenGLFunctions>
-#include <QOpenGLShaderProgram>
-#include <QOpenGLWidget>
 #include <QPainter>
 #include <QPointer>
+#include <QScreen>
 #include <QWindow>
-#include <algorithm>
-#include <array>
-#include <cstring>
+#include <utility>
 
+#include "platform/qt/overlay_card.h"
 #include "platform/qt/qt_window.h"
 
 namespace {
 
-constexpr char VERTEX_SHADER[] = R"(
-attribute highp vec2 corner;
-uniform highp vec4 part;
-varying highp vec2 place;
-void main() {
-    place = part.xy + vec2(corner.x, 1.0 - corner.y) * part.zw;
-    gl_Position = vec4(corner * 2.0 - 1.0, 0.0, 1.0);
-}
-)";
-
-// A texel is a pair of pixels: Y, Cb, Y, Cr. Colour belongs to the pair's left pixel, at even places.
-//
-//     place     0     1     2     3
-//     luma      r     b     r     b
-//     colour   g,a         g,a
-//
-// Mixing is done here: the card would mix the two pixels of different pairs.
-constexpr char FRAGMENT_SHADER[] = R"(
-#ifdef GL_ES
-precision highp float;
-#endif
-uniform sampler2D pairs;
-uniform highp vec2 size;
-uniform bool plain;
-varying highp vec2 place;
-
-vec4 pair(float x, float y) {
-    vec2 count = vec2(floor((size.x + 1.0) * 0.5), size.y);
-    return texture2D(pairs, (clamp(vec2(x, y), vec2(0.0), count - 1.0) + 0.5) / count);
-}
-float luma(float x, float y) {
-    x = clamp(x, 0.0, size.x - 1.0);
-    float left = floor(x * 0.5);
-    vec4 both = pair(left, y);
-    return x - left * 2.0 < 0.5 ? both.r : both.b;
-}
-void main() {
-    vec2 at = clamp(place - 0.5, vec2(0.0), size - 1.0);
-    vec2 base = floor(at);
-    vec2 mixed = at - base;
-    float left = floor(at.x * 0.5);
-    float across = at.x * 0.5 - left;
-    vec4 here = pair(left, base.y);
-    vec2 c = mix(here.ga, pair(left + 1.0, base.y).ga, across);
-    float y = across < 0.5 ? here.r : here.b;
-    if (!plain) {  // pixel for pixel there is nothing else to mix
-        y = mix(mix(y, luma(base.x + 1.0, base.y), mixed.x),
-                mix(luma(base.x, base.y + 1.0), luma(base.x + 1.0, base.y + 1.0), mixed.x), mixed.y);
-        c = mix(c, mix(pair(left, base.y + 1.0).ga, pair(left + 1.0, base.y + 1.0).ga, across), mixed.y);
+/// A window of the desktop's own inside the frame, on which the card draws. So the rest of the frame, which the
+/// processor draws, never passes through the card. All input goes to what lies beneath.
+struct PICTURE_WINDOW : QWindow {
+    OVERLAY_SURFACE* owner;
+    PICTURE_WINDOW(OVERLAY_SURFACE* shown, const QSurfaceFormat& format, QWindow* frame)
+        : QWindow(frame), owner(shown) {
+        setSurfaceType(QSurface::OpenGLSurface);
+        setFormat(format);
+        setFlags(Qt::WindowTransparentForInput | Qt::WindowDoesNotAcceptFocus);
     }
-    // BT.601: luma 16 .. 235, colour 16 .. 240 around 128.
-    y = (y * 255.0 - 16.0) / 219.0;
-    c = (c * 255.0 - 128.0) / 224.0;
-    gl_FragColor = vec4(y + 1.402 * c.y, y - 0.344136 * c.x - 0.714136 * c.y, y + 1.772 * c.x, 1.0);
-}
-)";
-
-enum : int { CORNER = 0 };
-
-/// The widget over the picture's place. Everything of the card's is made and used in paintGL, where its context is.
-struct PICTURE_WIDGET : QOpenGLWidget {
-    int width_of = 0, height_of = 0;  // of the picture, in pixels
-    std::vector<uint8_t> pairs;       // its rows without gaps
-    bool fresh = false;               // not yet on the card
-    bool lost = false;
-    RECT dest{}, source{};
-    struct MARK {
-        QRect rect;
-        QIcon icon;
-    };
-    std::vector<MARK> marks;
-    std::unique_ptr<QOpenGLShaderProgram> program;
-    GLuint texture = 0;
-
-    explicit PICTURE_WIDGET(QWidget* parent) : QOpenGLWidget(parent) {
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-        setFocusPolicy(Qt::NoFocus);
-    }
-    ~PICTURE_WIDGET() override { card_forget(); }
 
   protected:
-    void initializeGL() override {
-        // The context goes before the widget when the window moves to another screen.
-        connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, [this] { card_forget(); });
-        context()->functions()->initializeOpenGLFunctions();
-        program = std::make_unique<QOpenGLShaderProgram>();
-        program->bindAttributeLocation("corner", CORNER);
-        lost = !program->addShaderFromSourceCode(QOpenGLShader::Vertex, VERTEX_SHADER) ||
-               !program->addShaderFromSourceCode(QOpenGLShader::Fragment, FRAGMENT_SHADER) || !program->link();
-        fresh = !pairs.empty();
-    }
-
-    void paintGL() override {
-        QOpenGLFunctions* gl = context()->functions();
-        gl->glClearColor(0, 0, 0, 1);
-        gl->glClear(GL_COLOR_BUFFER_BIT);
-        if (lost || pairs.empty()) return;
-        upload(gl);
-        picture_draw(gl);
-        marks_draw();
-        if (gl->glGetError() != GL_NO_ERROR) lost = true;
-    }
-
-  private:
-    void card_forget() {
-        if (!context()) return;
-        makeCurrent();
-        if (texture) context()->functions()->glDeleteTextures(1, &texture);
-        texture = 0;
-        program.reset();
-        doneCurrent();
-        disconnect(context(), nullptr, this, nullptr);
-    }
-
-    void upload(QOpenGLFunctions* gl) {
-        if (!texture) {
-            gl->glGenTextures(1, &texture);
-            fresh = true;
-        }
-        gl->glActiveTexture(GL_TEXTURE0);
-        gl->glBindTexture(GL_TEXTURE_2D, texture);
-        if (!std::exchange(fresh, false)) return;
-        gl->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-        gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-        gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-        gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-        gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-        gl->glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, (width_of + 1) / 2, height_of, 0, GL_RGBA, GL_UNSIGNED_BYTE,
-                         pairs.data());
-    }
-
-    void picture_draw(QOpenGLFunctions* gl) {
-        static constexpr std::array<GLfloat, 8> CORNERS = {0, 0, 1, 0, 0, 1, 1, 1};
-        gl->glDisable(GL_BLEND);
-        gl->glDisable(GL_DEPTH_TEST);
-        gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
-        program->bind();
-        program->setUniformValue("pairs", 0);
-        program->setUniformValue("size", GLfloat(width_of), GLfloat(height_of));
-        program->setUniformValue("plain", dest.width == source.width && dest.height == source.height);
-        program->setUniformValue("part", GLfloat(source.left), GLfloat(source.top), GLfloat(source.width),
-                                 GLfloat(source.height));
-        program->enableAttributeArray(CORNER);
-        program->setAttributeArray(CORNER, CORNERS.data(), 2);
-        gl->glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-        program->disableAttributeArray(CORNER);
-        program->release();
-        gl->glBindTexture(GL_TEXTURE_2D, 0);
-    }
-
-    void marks_draw() {
-        if (marks.empty()) return;
-        QPainter painter(this);
-        painter.translate(-dest.left, -dest.top);
-        for (const MARK& mark : marks) {
-            const QBrush face = palette().button();
-            qDrawWinPanel(&painter, mark.rect, palette(), true, &face);
-            mark.icon.paint(&painter, mark.rect.adjusted(2, 2, -2, -2));
-        }
-    }
+    void exposeEvent(QExposeEvent*) override;
 };
 
-/// Whether a context can be made, and what the largest side of its textures is; 0 without one.
-int card_largest_side() {
-    if (!window_system_running() || QGuiApplication::platformName() == "offscreen") return 0;
-    QOffscreenSurface surface;
-    surface.create();
-    QOpenGLContext context;
-    if (!surface.isValid() || !context.create() || !context.makeCurrent(&surface)) return 0;
-    GLint side = 0;
-    if (QOpenGLShaderProgram::hasOpenGLShaderPrograms(&context))
-        context.functions()->glGetIntegerv(GL_MAX_TEXTURE_SIZE, &side);
-    context.doneCurrent();
-    return side;
+struct MARK {
+    RECT rect;
+    QIcon icon;
+};
+
+QImage mark_image(const MARK& mark, const QPalette& palette, qreal ratio) {
+    const QRect box(0, 0, mark.rect.width, mark.rect.height);
+    QImage image((QSizeF(box.size()) * ratio).toSize(), QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    QPainter painter(&image);
+    const QBrush& face = palette.button();
+    qDrawWinPanel(&painter, box, palette, true, &face);
+    mark.icon.paint(&painter, box.adjusted(2, 2, -2, -2));
+    return image;
 }
 
 }  // namespace
 
-struct OVERLAY_SURFACE {
-    QPointer<PICTURE_WIDGET> widget;  // null once the window has gone
-    int largest = 0;
+/// Watches the canvas and all around it up to the frame: the picture's window stands in the frame's, follows the canvas
+/// and is made anew when the frame's native window is.
+struct OVERLAY_SURFACE : QObject {
+    WINDOW* around;
+    QPointer<QWidget> canvas;
+    std::unique_ptr<OVERLAY_CARD> card;
+    QPointer<PICTURE_WINDOW> window;  // null while nothing can be seen of the picture
     bool placed = false;
+    RECT dest{}, source{};
+    QRect seen;  // of dest
+    std::vector<MARK> marks;
+    bool asked = false;  // to be settled and drawn
+    bool lost = false;
+
+    OVERLAY_SURFACE(WINDOW* shown, std::unique_ptr<OVERLAY_CARD> opened)
+        : around(shown), canvas(shown->widget), card(std::move(opened)) {
+        for (QWidget* widget = canvas; widget; widget = widget == around->frame ? nullptr : widget->parentWidget())
+            widget->installEventFilter(this);
+        connect(canvas, &QObject::destroyed, this, [this] { let_go(); });
+    }
+    ~OVERLAY_SURFACE() override { let_go(); }
+
+    /// Soon, once for several calls.
+    void ask() {
+        if (!std::exchange(asked, true))
+            QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest), Qt::HighEventPriority);
+    }
+    void draw();
+    void window_end() {
+        PICTURE_WINDOW* ended = window;
+        window.clear();
+        delete ended;
+    }
+
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::UpdateRequest) return QObject::event(event);
+        if (!std::exchange(asked, false) || !window_exists(around) || !canvas) return true;
+        settle();
+        draw();
+        return true;
+    }
+    bool eventFilter(QObject*, QEvent* event) override {
+        switch (event->type()) {
+            case QEvent::WinIdChange: window_end(); [[fallthrough]];
+            case QEvent::Show:
+            case QEvent::Move:
+            case QEvent::Resize: ask(); break;
+            default: break;
+        }
+        return false;
+    }
+
+  private:
+    void let_go() {
+        window_end();
+        card.reset();
+    }
+
+    /// Brings the window to where the picture is.
+    void settle() {
+        seen = placed && card->width > 0 && canvas->isVisible() ? qt_rect(dest) & canvas->rect() : QRect();
+        QWindow* frame = canvas->window()->windowHandle();
+        if (window && (seen.isEmpty() || window->parent() != frame)) window_end();
+        if (seen.isEmpty() || !frame || !frame->handle()) return;
+        const bool made = !window;
+        if (made) window = new PICTURE_WINDOW(this, card->context.format(), frame);
+        window->setGeometry(seen.translated(canvas->mapTo(canvas->window(), QPoint(0, 0))));
+        if (made) window->show();
+    }
 };
 
-/// The first surface of a window makes its native window anew; those that stay above it must learn of the new one.
-static void owned_windows_renew(const QWidget* frame) {
-    if (!frame->windowHandle()) return;
-    for (const QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->parentWidget() != frame || !widget->windowHandle()) continue;
-        widget->windowHandle()->setTransientParent(nullptr);
-        widget->windowHandle()->setTransientParent(frame->windowHandle());
+void PICTURE_WINDOW::exposeEvent(QExposeEvent*) { owner->draw(); }
+
+void OVERLAY_SURFACE::draw() {
+    if (!window || !window->isExposed() || lost) return;
+    const qreal ratio = window->devicePixelRatio();
+    const QSize all = (QSizeF(window->size()) * ratio).toSize();
+    QRect place({}, all);
+    if (seen.size() != qt_rect(dest).size())
+        place = {qRound((dest.left - seen.x()) * ratio), qRound((dest.top - seen.y()) * ratio),
+                 qRound(dest.width * ratio), qRound(dest.height * ratio)};
+    std::vector<OVERLAY_ICON> icons;
+    for (const MARK& mark : marks) {
+        const QRectF box((mark.rect.left - seen.x()) * ratio, (mark.rect.top - seen.y()) * ratio,
+                         mark.rect.width * ratio, mark.rect.height * ratio);
+        icons.push_back({mark_image(mark, canvas->palette(), ratio), box.toAlignedRect()});
     }
+    lost = !card_draw(card.get(), window, all.height(), place, qt_rect(source), icons);
+    if (lost) canvas->update();  // which tells the caller
+}
+
+static OVERLAY_SURFACE* usable(OVERLAY_SURFACE* surface) {
+    return surface && window_exists(surface->around) && surface->card && !surface->lost ? surface : nullptr;
 }
 
 OVERLAY_SURFACE* overlay_surface_open(WINDOW* window) {
-    const int largest = card_largest_side();
-    if (largest == 0 || !window_exists(window)) return nullptr;
-    auto surface = std::make_unique<OVERLAY_SURFACE>();
-    surface->widget = new PICTURE_WIDGET(window->widget);
-    surface->widget->hide();
-    surface->largest = largest;
-    return surface.release();
+    if (!window_exists(window)) return nullptr;
+    std::unique_ptr<OVERLAY_CARD> card = card_open();
+    return card ? new OVERLAY_SURFACE(window, std::move(card)) : nullptr;
 }
 
-void overlay_surface_close(OVERLAY_SURFACE* surface) {
-    if (!surface) return;
-    delete surface->widget.data();
-    delete surface;
-}
+void overlay_surface_close(OVERLAY_SURFACE* surface) { delete surface; }
 
 bool overlay_surface_put(OVERLAY_SURFACE* surface, int width, int height, const uint8_t* yuy2, size_t stride) {
-    if (!surface || !surface->widget || surface->widget->lost) return false;
-    if (width < 1 || height < 1 || std::max((width + 1) / 2, height) > surface->largest) return false;
-    PICTURE_WIDGET& widget = *surface->widget;
-    const size_t row = (size_t(width) + 1) / 2 * 4;
-    widget.pairs.resize(row * size_t(height));
-    // Of an odd width the last pair's second pixel need not be there.
-    const size_t given = std::min(row, stride);
-    for (size_t y = 0; y < size_t(height); ++y) std::memcpy(&widget.pairs[y * row], yuy2 + y * stride, given);
-    widget.width_of = width;
-    widget.height_of = height;
-    widget.fresh = true;
-    widget.update();
+    if (!usable(surface) || !card_put(surface->card.get(), width, height, yuy2, stride)) return false;
+    surface->ask();
     return true;
 }
 
 bool overlay_surface_place(OVERLAY_SURFACE* surface, const RECT& dest, const RECT& source) {
-    if (!surface || !surface->widget || surface->widget->lost) return false;
-    PICTURE_WIDGET& widget = *surface->widget;
-    widget.dest = dest;
-    widget.source = source;
-    widget.setGeometry(qt_rect(dest));
-    widget.setVisible(dest.width > 0 && dest.height > 0);
-    if (!std::exchange(surface->placed, true)) owned_windows_renew(widget.window());
-    widget.lower();  // below the window's controls
-    widget.update();
+    if (!usable(surface)) return false;
+    surface->dest = dest;
+    surface->source = source;
+    surface->placed = true;
+    surface->ask();
     return true;
 }
 
 void overlay_surface_hide(OVERLAY_SURFACE* surface) {
-    if (surface && surface->widget) surface->widget->hide();
+    if (!surface) return;
+    surface->placed = false;
+    surface->window_end();
 }
 
 void overlay_surface_marks(OVERLAY_SURFACE* surface, std::span<const OVERLAY_MARK> marks) {
-    if (!surface || !surface->widget) return;
-    surface->widget->marks.clear();
-    for (const OVERLAY_MARK& mark : marks)
-        surface->widget->marks.push_back({qt_rect(mark.rect), program_icon(mark.icon)});
-    surface->widget->update();
+    if (!usable(surface)) return;
+    surface->marks.clear();
+    for (const OVERLAY_MARK& mark : marks) surface->marks.push_back({mark.rect, program_icon(mark.icon)});
+    surface->ask();
 }
 
 std::vector<uint8_t> overlay_surface_read(OVERLAY_SURFACE* surface, int* width, int* height) {
     *width = *height = 0;
-    if (!surface || !surface->widget || surface->widget->lost) return {};
-    const RECT& dest = surface->widget->dest;
-    QImage shown = surface->widget->grabFramebuffer().convertToFormat(QImage::Format_RGB32);
+    if (!usable(surface) || !surface->window || !surface->window->isExposed()) return {};
+    const QImage shown = surface->window->screen()->grabWindow(surface->window->winId()).toImage();
+    const RECT& dest = surface->dest;
     if (shown.isNull() || dest.width < 1 || dest.height < 1) return {};
-    if (shown.size() != QSize(dest.width, dest.height))
-        shown = shown.scaled(dest.width, dest.height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    std::vector<uint8_t> pixels;
-    for (int y = 0; y < dest.height; ++y)
-        pixels.insert(pixels.end(), shown.constScanLine(y), shown.constScanLine(y) + size_t(dest.width) * 4);
+    QImage whole(dest.width, dest.height, QImage::Format_RGB32);
+    whole.fill(Qt::black);
+    QPainter painter(&whole);
+    painter.drawImage(surface->seen.translated(-dest.left, -dest.top), shown);
+    painter.end();
     *width = dest.width;
     *height = dest.height;
-    return pixels;
+    return {whole.constBits(), whole.constBits() + whole.sizeInBytes()};
 }
