@@ -14,6 +14,7 @@
 #include "platform/window.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
+#include "ui/dialogs.h"
 #include "ui/main_window.h"
 
 // Answers that need no edit. True when the program is done.
@@ -61,7 +62,9 @@ static int run_with_window(const std::vector<std::string>& tokens) {
     } else {
         message_warn(STR_CLI_NO_WINDOW);
     }
+    message_boxes_off();  // the loop has ended, so nobody could answer
     shut_down();
+    dialogs_remove();
     window_system_stop();
     return code;
 }
@@ -77,7 +80,7 @@ static bool display_there() {
 int main(int argc, char** argv) {
     const std::vector<std::string> tokens(argv + 1, argv + argc);
     if (answered(tokens)) return 0;
-    save_signals_install();
+    save_signals_install(window_quit_from_signal);
     if (!command_line_has(tokens, "-q") && display_there()) return run_with_window(tokens);
     if (!tokens.empty()) return run_in_shell(tokens);
     message_warn(STR_CLI_NO_DISPLAY);

@@ -27,16 +27,16 @@ void progress_end();
 void progress_terminal(bool on);
 
 /// The message pump of long runs: handles all waiting messages. Returns 1 when the run is to stop: the user agreed to
-/// question `text` (a string number), or SIGINT or SIGTERM came, which ask nothing. Sets the abort flag.
+/// question `text` (a string number), or SIGINT, SIGTERM or SIGHUP came, which ask nothing. Sets the abort flag.
 int save_poll_abort(int text);
 /// The abort flag: whether the last run was stopped.
 bool save_aborted();
+/// For a new run, or when what the user stopped was a part of the work and not the work. A signal stands.
 void save_abort_clear();
-/// Takes back what the user agreed to: a part of the work was stopped, not the work. A signal stands.
-void save_abort_withdraw();
-/// Makes SIGINT and SIGTERM stop a running save instead of the program; outside of one, they end the program as usual.
-void save_signals_install();
-/// Between begin and end, the two signals only set a flag for save_poll_abort.
+/// Makes SIGINT, SIGTERM and SIGHUP stop a running save. `end` ends the message loop with an exit code, 128 + the
+/// signal (window_quit_from_signal); where it gives false, outside of a save they end the program as usual.
+void save_signals_install(bool (*end)(int code));
+/// Between begin and end, the signals alone do not end the program.
 void save_signals_begin();
 void save_signals_end();
 

@@ -42,7 +42,7 @@ static void begin_run(SAVE* save) {
     power_keep_awake(true);
     if (ui_hooks.interface_enable) ui_hooks.interface_enable(false);
     filter_notify_save_start(save->mask, save->first, save->last, edit);
-    save_abort_withdraw();  // a filter's scan that the user stopped; the save goes on without it
+    save_abort_clear();  // a filter's scan that the user stopped; the save goes on without it
     if (save->flags & SAVE_AUDIO) audio_reset(edit, save->first, save->last);
     progress_begin(save->first, save->last, language_string(STR_PROGRESS_OUTPUT));
     edit->edit_flag |= EDIT_SAVING;
@@ -110,6 +110,7 @@ static bool write_file(SAVE* save) {
     if ((save->flags & SAVE_VIDEO) && !(save->flags & SAVE_VIDEO_COPY)) save->mask |= FILTER_SAVE_VIDEO;
     if ((save->flags & SAVE_AUDIO) && !(save->flags & SAVE_AUDIO_COPY)) save->mask |= FILTER_SAVE_AUDIO;
     save_abort_clear();
+    if (save_aborted()) return false;  // a signal came before; the file of that name stays
     if (!open_writer(save)) return false;
     save_log_open(save);
     const int frame_before = edit->frame;

@@ -79,7 +79,7 @@ static void interface_enable(bool enable) {
 static bool pump() {
     ++pump_depth;
     stop_asked = false;
-    window_pump();
+    if (!window_pump()) stop_asked = true;  // the program is to end
     --pump_depth;
     ui_breath_taken();
     show_progress(progress_permille());

@@ -8,12 +8,13 @@
 /// Helpers for driving the finished program and its peer ffmpeg.
 
 /// Runs build/vantel with settings of the test's own in folder/home.
-inline COMMAND_OUTPUT vantel(const TEMP_FOLDER_PATH& folder, std::vector<std::string> arguments,
+inline COMMAND_OUTPUT vantel(const TEMP_FOLDER_PATH& folder, const std::vector<std::string>& arguments,
                              COMMAND_OPTIONS options = {}) {
-    arguments.insert(arguments.begin(), VANTEL_BUILD_DIR "/vantel");
+    std::vector<std::string> line = {VANTEL_BUILD_DIR "/vantel"};
+    line.insert(line.end(), arguments.begin(), arguments.end());
     const std::string home = "VANTEL_HOME=" + (folder / "home");
     options.environment.insert(options.environment.begin(), {home, "DISPLAY=", "WAYLAND_DISPLAY="});  // no window
-    return command_run(arguments, options);
+    return command_run(line, options);
 }
 
 /// ffmpeg with arguments; true when it succeeded.

@@ -4,6 +4,7 @@
 
 #include "platform/window_control.h"
 
+class QApplication;
 class QIcon;
 class QKeyEvent;
 class QPainter;
@@ -121,6 +122,8 @@ void input_clear();
 QIcon program_icon(const char* name);
 /// While it lives, the painter of the window's running WM_PAINT; null at other times.
 QPainter* window_painter(WINDOW* window);
+/// Follows the desktop while the application lives: its colours, and the end of its session.
+void desktop_watch(QApplication* app);
 /// Frees what draw_picture keeps for the next time.
 void picture_clear();
 inline QRect qt_rect(const RECT& rect) { return {rect.left, rect.top, rect.width, rect.height}; }

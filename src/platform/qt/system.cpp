@@ -1,9 +1,15 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QApplication>
 #include <QLibraryInfo>
 #include <QScreen>
+#include <QSocketNotifier>
 #include <QTranslator>
+#include <atomic>
 #include <clocale>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -11,12 +17,22 @@
 
 namespace {
 
+/// What Qt says in another language. Its words for kinds of files are now asked for under another name than the one
+/// that translators know.
+struct WORDS : QTranslator {
+    QString translate(const char* context, const char* text, const char* note, int n) const override {
+        const QString found = QTranslator::translate(context, text, note, n);
+        const bool moved = found.isNull() && std::strcmp(context, "QAbstractFileIconProvider") == 0;
+        return moved ? QTranslator::translate("QFileDialog", text, note, n) : found;
+    }
+};
+
 struct WINDOW_SYSTEM {
     std::string name;
     int argc = 1;
     char* argv[2] = {};
     std::unique_ptr<QApplication> app;
-    std::unique_ptr<QTranslator> words;
+    std::unique_ptr<WORDS> words;
     bool visible = false;
     bool quit = false;
     int quit_code = 0;
@@ -44,6 +60,22 @@ QByteArray platform_list() {
 
 bool platform_is_invisible(const QByteArray& platform) {
     return platform.startsWith("offscreen") || platform.startsWith("minimal");
+}
+
+// ---- the end that is asked for from outside
+
+std::atomic<int> signal_end{-1};  // of the pipe, for handlers; -1: no loop would read it
+
+/// The pipe is made once and stays: a handler may be writing to it at any moment.
+void signal_watch(QObject* parent) {
+    static int ends[2] = {-1, -1};
+    if (ends[0] < 0 && pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return;
+    auto* watch = new QSocketNotifier(ends[0], QSocketNotifier::Read, parent);
+    QObject::connect(watch, &QSocketNotifier::activated, [] {
+        for (int code; read(ends[0], &code, sizeof code) == sizeof code;)
+            if (!window_system().quit) window_quit(code);
+    });
+    signal_end = ends[1];
 }
 
 /// Without a display Qt's hints about the desktop are of no use to anybody.
@@ -78,13 +110,15 @@ bool window_system_start(const char* name) {
     QGuiApplication::setQuitOnLastWindowClosed(false);
     resources_start();
     queue_start();
+    signal_watch(s.app.get());
+    desktop_watch(s.app.get());
     return true;
 }
 
 void window_system_language(const char* code) {
     WINDOW_SYSTEM& s = window_system();
     if (!s.app) return;
-    s.words = std::make_unique<QTranslator>();
+    s.words = std::make_unique<WORDS>();
     if (s.words->load(QStringLiteral("qtbase_") + QString::fromUtf8(code),
                       QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QCoreApplication::installTranslator(s.words.get());
@@ -93,6 +127,7 @@ void window_system_language(const char* code) {
 void window_system_stop() {
     WINDOW_SYSTEM& s = window_system();
     if (!s.app) return;
+    signal_end = -1;
     window_table_clear();
     timer_clear();
     queue_stop();
@@ -120,6 +155,11 @@ void window_quit(int code) {
     s.quit = true;
     s.quit_code = code;
     if (s.app) QCoreApplication::exit(code);
+}
+
+bool window_quit_from_signal(int code) {
+    const int end = signal_end;
+    return end >= 0 && write(end, &code, sizeof code) == sizeof code;
 }
 
 bool window_pump() {
