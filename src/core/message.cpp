@@ -52,17 +52,24 @@ void message_warn(int id, ...) {
         std::fprintf(stderr, "vantel: %s\n", one_line(text).c_str());
 }
 
+static void warn_in_box(const char* path, const std::string& text, const std::string& why) {
+    if (!ui_hooks.warn_file) return ui_hooks.warn(text.c_str());
+    ui_hooks.warn_file(text.c_str(), (why == text ? path : path + ("\n" + why)).c_str());
+}
+
 void message_warn_file(const char* path, int id, int reason, ...) {
     const bool boxed = message_boxes_shown();
-    va_list arguments;
+    va_list arguments, again;
     va_start(arguments, reason);
-    const std::string text = format_text(!boxed && reason ? reason : id, arguments);
+    va_copy(again, arguments);
+    const std::string text = format_text(id, arguments), why = format_text(reason ? reason : id, again);
+    va_end(again);
     va_end(arguments);
     if (silence_n > 0) return;
     if (boxed)
-        ui_hooks.warn(text.c_str());
+        warn_in_box(path, text, why);
     else
-        std::fprintf(stderr, "vantel: %s: %s\n", text_to_utf8(path).c_str(), one_line(text).c_str());
+        std::fprintf(stderr, "vantel: %s: %s\n", text_to_utf8(path).c_str(), one_line(why).c_str());
 }
 
 bool message_ask(int id, ...) {

@@ -15,8 +15,8 @@ bool message_boxes_shown();
 
 /// A warning about the program.
 void message_warn(int id, ...);
-/// A warning about a file: the box shows text `id`; standard error names the file and, when reason is not 0, shows that
-/// text instead, which says why.
+/// A warning about a file: the box shows text `id` and, below it, the file and, when reason is not 0, that text, which
+/// says why; standard error names the file and shows the reason, or text `id`. Both texts take the arguments.
 void message_warn_file(const char* path, int id, int reason, ...);
 /// A question with OK and Cancel; false when refused or when boxes are off.
 bool message_ask(int id, ...);

@@ -7,8 +7,9 @@
 
 enum BOX_ICON { BOX_PLAIN, BOX_WARNING, BOX_STOP };
 enum BOX_BUTTONS { BOX_OK, BOX_OK_CANCEL, BOX_YES_NO };
-/// True: OK or Yes. Centred on the owner (null: on the screen).
-bool message_box(WINDOW* owner, const std::string& title, const std::string& text, BOX_ICON icon, BOX_BUTTONS buttons);
+/// True: OK or Yes. Centred on the owner (null: on the screen). detail: stands below the text.
+bool message_box(WINDOW* owner, const std::string& title, const std::string& text, BOX_ICON icon, BOX_BUTTONS buttons,
+                 const std::string& detail = {});
 /// A long text in a window that scrolls, with its title.
 void information_box(WINDOW* owner, const std::string& title, const std::string& text);
 

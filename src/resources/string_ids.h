@@ -237,16 +237,14 @@ enum STRING_ID : int {
     STR_CLI_FATAL_START = 2127,
     STR_CLI_NO_DISPLAY = 2128,
     STR_CLI_NO_WINDOW = 2129,
-    // buttons and words of several dialogs
+    // words of dialogs
+    STR_TEXT_TOO_LONG = 2200,
     STR_UNIT_FPS = 2217,
-    // load dialog, small edit dialogs
     STR_LOAD_RATE_KEEP = 2225,
     STR_PROFILE_TITLE = 2234,
-    // codec, plug-in and order dialogs
     STR_VIDEO_CODEC_ABOUT = 2306,
-    // menus: filter, settings, profile
+    // words of menus
     STR_MENU_FILTER_TOGGLE = 2452,
-    // menu: edit
     STR_MENU_GO_TO = 2466,
     STR_MENU_NEXT_FRAME = 2484,
     STR_MENU_PREVIOUS_FRAME = 2485,

@@ -291,25 +291,19 @@ constexpr STRING_TEXT STRINGS_JA[] = {
     {STR_CLI_FATAL_START, "起動できません: %s"},
     {STR_CLI_NO_DISPLAY, "ディスプレイがないため、ウィンドウを開けません。--help でコマンドラインの説明を表示します。"},
     {STR_CLI_NO_WINDOW, "ウィンドウを作成できないため起動できません。"},
-    // buttons and words of several dialogs
+    // words of dialogs
+    {STR_TEXT_TOO_LONG, "「%s」は長すぎます。%dバイトまで入力できます。"},
     {STR_UNIT_FPS, "fps"},
-    // load dialog, small edit dialogs
     {STR_LOAD_RATE_KEEP, "fps変換無し"},
     {STR_PROFILE_TITLE, "新しいプロファイル"},
-    // system settings
-    // codec, plug-in and order dialogs
     {STR_VIDEO_CODEC_ABOUT, "バージョン情報"},
-    // save, batch, chain and mix dialogs
-    // menu: file
-    // menus: filter, settings, profile
+    // words of menus
     {STR_MENU_FILTER_TOGGLE, "フィルタのON/OFF切替え"},
-    // menu: edit
     {STR_MENU_GO_TO, "指定のフレームに移動"},
     {STR_MENU_NEXT_FRAME, "次のフレームに移動"},
     {STR_MENU_PREVIOUS_FRAME, "前のフレームに移動"},
     {STR_MENU_SET_START, "選択開始フレームにする"},
     {STR_MENU_SET_END, "選択終了フレームにする"},
-    // menus: view, other, play window
 };
 
 constexpr bool string_number_less(const STRING_TEXT& a, const STRING_TEXT& b) { return a.number < b.number; }

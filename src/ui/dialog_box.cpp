@@ -10,8 +10,11 @@
 #include "ui/dialogs.h"
 #include "ui/dialogs_hooks.h"
 
-void dialog_warn(const char* text) {
-    message_box(dialogs_owner(), language_text_utf8(STR_PROGRAM), text_to_utf8(text), BOX_WARNING, BOX_OK);
+void dialog_warn(const char* text) { dialog_warn_file(text, ""); }
+
+void dialog_warn_file(const char* text, const char* detail) {
+    message_box(dialogs_owner(), language_text_utf8(STR_PROGRAM), text_to_utf8(text), BOX_WARNING, BOX_OK,
+                text_to_utf8(detail));
 }
 
 bool dialog_ask(const char* text) {

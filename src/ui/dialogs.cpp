@@ -13,6 +13,7 @@ void dialogs_install(WINDOW* window) {
     main_window = window;
     dialog_box_start();
     ui_hooks.warn = dialog_warn;
+    ui_hooks.warn_file = dialog_warn_file;
     ui_hooks.ask = dialog_ask;
     ui_hooks.ask_continue = dialog_ask_continue;
     ui_hooks.ask_text = dialog_ask_text;
@@ -65,6 +66,6 @@ bool dialogs_take_text(WINDOW* field, char* buffer, size_t size) {
     const std::string text = text_from_utf8(control_text(field));
     if (text.size() < size) return text_copy(buffer, size, text);
     window_focus(field);
-    message_warn(STR_CLI_PATH_TOO_LONG, text.c_str(), int(size - 1));
+    message_warn(STR_TEXT_TOO_LONG, text.c_str(), int(size - 1));
     return false;
 }

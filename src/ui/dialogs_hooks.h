@@ -6,6 +6,7 @@
 
 // dialog_box.cpp
 void dialog_warn(const char* text);
+void dialog_warn_file(const char* text, const char* detail);
 bool dialog_ask(const char* text);
 bool dialog_ask_continue(const char* text);
 bool dialog_ask_text(int title_id, char* buffer, size_t size);

@@ -14,45 +14,25 @@
 namespace {
 
 // What the callers hand to printf. A slip in a text is a crash or a wrong number in a message.
-const std::map<int, std::string> CONVERSIONS = {
-    {STR_ERR_TOO_MANY_SOURCES, "%d"},
-    {STR_ERR_PICTURE_TOO_LARGE, "%d%d"},
-    {STR_ERR_PICTURE_TOO_SMALL, "%d%d"},
-    {STR_ERR_TOO_MANY_FRAMES, "%d"},
-    {STR_ASK_RECOMPRESS_FRAME, "%d%s"},
-    {STR_ERR_TOO_MANY_JOBS, "%d"},
-    {STR_ERR_PROFILE_NAME, "%s"},
-    {STR_ERR_TOO_MANY_CHAIN_FILES, "%d"},
-    {STR_BATCH_RUNNING, "%s"},
-    {STR_ERR_KEY_TWICE, "%s%s"},
-    {STR_VERSION, "%s"},
-    {STR_ERR_TOO_MANY_PROFILES, "%d"},
-    {STR_ASK_EXCEPTION, "%llx%x%s%s%s"},
-    {STR_EXCEPTION_MODULE, "%s%llx"},
-    {STR_INFO_SURFACE, "%c%c%c%c%d%d"},
-    {STR_JOB_RUNNING, "%s"},
-    {STR_JOB_DONE, "%s"},
-    {STR_JOB_FAILED, "%s"},
-    {STR_CLI_UNKNOWN_OPTION, "%s"},
-    {STR_CLI_NO_VALUE, "%s"},
-    {STR_CLI_BAD_RANGE, "%s"},
-    {STR_CLI_OPTION_TWICE, "%s"},
-    {STR_CLI_FILE_TWICE, "%s"},
-    {STR_CLI_PATH_TOO_LONG, "%s%d"},
-    {STR_CLI_SCRIPT_TOO_DEEP, "%s%d"},
-    {STR_CLI_SCRIPT_LINE, "%s%d%s"},
-    {STR_CLI_NO_PROFILE, "%s"},
-    {STR_CLI_OPEN_FAILED, "%s%s"},
-    {STR_CLI_NOTHING_TO_WRITE, "%s"},
-    {STR_CLI_NO_FILE_OPEN, "%s"},
-    {STR_CLI_OUTPUT_STOPPED, "%s%d"},
-    {STR_CLI_SAVED, "%s%d%f"},
-    {STR_CLI_SAVED_AUDIO, "%s%f"},
-    {STR_CLI_FILE_FAILED, "%s%s"},
-    {STR_CLI_WARNING, "%s"},
-    {STR_CLI_QUESTION_REFUSED, "%s"},
-    {STR_CLI_SETTINGS_NOT_SAVED, "%s"},
-    {STR_CLI_FATAL_START, "%s"},
+const std::pair<const char*, std::vector<int>> CONVERSIONS[] = {
+    {"%d",
+     {STR_ERR_TOO_MANY_SOURCES, STR_ERR_TOO_MANY_FRAMES, STR_ERR_TOO_MANY_JOBS, STR_ERR_TOO_MANY_CHAIN_FILES,
+      STR_ERR_TOO_MANY_PROFILES}},
+    {"%d%d", {STR_ERR_PICTURE_TOO_LARGE, STR_ERR_PICTURE_TOO_SMALL}},
+    {"%d%s", {STR_ASK_RECOMPRESS_FRAME}},
+    {"%s",
+     {STR_ERR_PROFILE_NAME, STR_BATCH_RUNNING, STR_VERSION, STR_JOB_RUNNING, STR_JOB_DONE, STR_JOB_FAILED,
+      STR_CLI_UNKNOWN_OPTION, STR_CLI_NO_VALUE, STR_CLI_BAD_RANGE, STR_CLI_OPTION_TWICE, STR_CLI_FILE_TWICE,
+      STR_CLI_NO_PROFILE, STR_CLI_NOTHING_TO_WRITE, STR_CLI_NO_FILE_OPEN, STR_CLI_WARNING, STR_CLI_QUESTION_REFUSED,
+      STR_CLI_SETTINGS_NOT_SAVED, STR_CLI_FATAL_START}},
+    {"%s%s", {STR_ERR_KEY_TWICE, STR_CLI_OPEN_FAILED, STR_CLI_FILE_FAILED}},
+    {"%llx%x%s%s%s", {STR_ASK_EXCEPTION}},
+    {"%s%llx", {STR_EXCEPTION_MODULE}},
+    {"%c%c%c%c%d%d", {STR_INFO_SURFACE}},
+    {"%s%d", {STR_CLI_PATH_TOO_LONG, STR_TEXT_TOO_LONG, STR_CLI_SCRIPT_TOO_DEEP, STR_CLI_OUTPUT_STOPPED}},
+    {"%s%d%s", {STR_CLI_SCRIPT_LINE}},
+    {"%s%d%f", {STR_CLI_SAVED}},
+    {"%s%f", {STR_CLI_SAVED_AUDIO}},
 };
 
 // A language that knows three texts: a good one, an empty one, and one that would make printf read a wrong argument.
@@ -109,29 +89,27 @@ TEST(StringsJa, EveryNameHasAText) {
     for (const STRING_TEXT& entry : strings_ja()) stored.insert(entry.number);
     EXPECT_GT(stored.size(), 200u);
     EXPECT_EQ(named, stored);
-    EXPECT_EQ(strings_ja_find(-1), "");
-    EXPECT_EQ(strings_ja_find(999), "");
-    EXPECT_EQ(strings_ja_find(99999), "");
+    for (const int unknown : {-1, 999, 99999}) EXPECT_EQ(strings_ja_find(unknown), "");
 }
 
 TEST(StringsJa, ConversionsAreWhatCallersPass) {
-    for (const STRING_TEXT& entry : strings_ja()) {
-        const auto expected = CONVERSIONS.find(entry.number);
-        EXPECT_EQ(language_conversions(entry.text), expected == CONVERSIONS.end() ? "" : expected->second)
-            << entry.number;
-    }
-    for (const auto& [number, conversions] : CONVERSIONS) EXPECT_NE(strings_ja_find(number), "") << number;
+    std::map<int, std::string> wanted;
+    for (const auto& [conversions, numbers] : CONVERSIONS)
+        for (const int number : numbers) wanted[number] = conversions;
+    for (const STRING_TEXT& entry : strings_ja())
+        EXPECT_EQ(language_conversions(entry.text), wanted[entry.number]) << entry.number;
 }
 
+// Nothing that printf writes through, nothing that it does not know, no end of text behind '%'.
 TEST(Language, ConversionsOfOddFormats) {
-    EXPECT_EQ(language_conversions("%02d of %s, 5%%"), "%d%s");
-    EXPECT_EQ(language_conversions("0x%08llx %-5.1f%c"), "%llx%f%c");
-    EXPECT_EQ(language_conversions("%*d %hhu"), "%*d%hhu");
-    // nothing that printf writes through, nothing that it does not know, no end of text behind '%'
-    EXPECT_EQ(language_conversions("%n"), "%?");
-    EXPECT_EQ(language_conversions("50% の"), "%?");
-    EXPECT_EQ(language_conversions("%l%d %"), "%?%d%?");
-    EXPECT_EQ(language_conversions("%2$s"), "%?");
+    for (const auto& [text, want] : {std::pair{"%02d of %s, 5%%", "%d%s"},
+                                     {"0x%08llx %-5.1f%c", "%llx%f%c"},
+                                     {"%*d %hhu", "%*d%hhu"},
+                                     {"%n", "%?"},
+                                     {"50% の", "%?"},
+                                     {"%l%d %", "%?%d%?"},
+                                     {"%2$s", "%?"}})
+        EXPECT_EQ(language_conversions(text), want);
 }
 
 TEST(Language, ShortNumbersKeepTheirBuffer) {
@@ -184,7 +162,7 @@ TEST(Language, LongTextsAreCutAtACharacter) {
     EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), endless_text);
     endless_text += 'c';
     EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), std::string(259, 'b'));
-    endless_text = std::string(258, 'd') + "\xE3\x81";
+    endless_text = std::string(258, 'd').append("\xE3\x81");
     EXPECT_LT(std::strlen(language_string(STR_ASK_STOP_OUTPUT)), 260u);
     endless_text = std::string(400, '\xF0');
     EXPECT_LT(std::strlen(language_string(STR_ASK_STOP_OUTPUT)), 260u);

@@ -24,12 +24,14 @@ constexpr BOX_ANSWERS ANSWERS[] = {
 
 }  // namespace
 
-bool message_box(WINDOW* owner, const std::string& title, const std::string& text, BOX_ICON icon, BOX_BUTTONS buttons) {
+bool message_box(WINDOW* owner, const std::string& title, const std::string& text, BOX_ICON icon, BOX_BUTTONS buttons,
+                 const std::string& detail) {
     const BOX_ANSWERS answers = ANSWERS[buttons];
     if (!window_system_running()) return buttons == BOX_OK;
     auto* box =
         new QMessageBox(box_icon(icon), qt_text(title), qt_text(text), answers.yes | answers.no, frame_of(owner));
     box->setTextFormat(Qt::PlainText);
+    box->setInformativeText(qt_text(detail));
     box->setTextInteractionFlags(Qt::TextSelectableByMouse);
     box->setDefaultButton(answers.yes);
     box->setEscapeButton(answers.no);
