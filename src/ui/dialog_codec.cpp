@@ -67,9 +67,6 @@ void run_config(CODEC_DIALOG* codec) {
 
 enum : int { QUALITY = 32000, KEY_FRAME, DATA_RATE, CONFIG = 32300, RESET, ABOUT, PROGRAM = 32500 };
 
-// A number field fills itself when it comes to the screen, so empty ones are emptied once more behind that.
-constexpr int SHOW_AGAIN = 32390;
-
 // -1: the codec has no such thing.
 void show_number(WINDOW* field, int value) {
     window_enable(field, value >= 0);
@@ -105,7 +102,6 @@ void select_program(WINDOW* dialog, CODEC_DIALOG* codec) {
 }
 
 void press(WINDOW* dialog, CODEC_DIALOG* codec, int id) {
-    if (id == SHOW_AGAIN) show_fields(dialog, codec);
     if (id == PROGRAM) select_program(dialog, codec);
     if (id == CONFIG) run_config(codec);
     if (id == RESET) {
@@ -127,7 +123,6 @@ bool dialog_choose_video(CODEC_DIALOG* codec) {
             rows_add(program, text_to_utf8(codec_dialog_name(codec, i)));
         rows_select(program, codec->selected);
         show_fields(dialog, codec);
-        window_post(dialog, WM_COMMAND, SHOW_AGAIN, 0);
     };
     steps.take = [&](WINDOW* dialog) {
         select_program(dialog, codec);

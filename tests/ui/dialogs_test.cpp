@@ -8,6 +8,7 @@
 
 #include "core/fps_list.h"
 #include "core/media.h"
+#include "core/message.h"
 #include "core/settings_store.h"
 #include "core/source.h"
 #include "core/ui_hooks.h"
@@ -44,8 +45,9 @@ struct DIALOGS : testing::Test {
 };
 
 TEST_F(DIALOGS, BoxesAndTexts) {
-    user = {presses(ID_OK), presses(ID_OK), presses(ID_CANCEL)};
+    user = {presses(ID_OK), presses(ID_OK), presses(ID_OK), presses(ID_CANCEL)};
     ui_hooks.warn("w");
+    ui_hooks.warn_file("w", "/a");
     EXPECT_TRUE(ui_hooks.ask("q"));
     EXPECT_FALSE(ui_hooks.ask("q"));
 
@@ -63,6 +65,19 @@ TEST_F(DIALOGS, BoxesAndTexts) {
             }};
     EXPECT_TRUE(ui_hooks.ask_text(STR_PROFILE_TITLE, text, sizeof text));
     EXPECT_EQ(text_to_utf8(text), "新");
+}
+
+TEST_F(DIALOGS, AWarningNamesTheFileAndSaysWhy) {
+    static std::string told;
+    ui_hooks.warn_file = [](const char* text, const char* detail) {
+        told = text_to_utf8(text) + '|' + text_to_utf8(detail);
+    };
+    message_warn_file("/a", STR_ERR_READ_FAILED, STR_CLI_REASON_MISSING);
+    EXPECT_EQ(told, "ファイルの読み込みに失敗しました。|/a\nファイルが見つかりません");
+    message_warn_file("/a", STR_ERR_PICTURE_TOO_SMALL, STR_ERR_PICTURE_TOO_SMALL, 32, 16);
+    EXPECT_EQ(told, "32x16より小さい画像サイズのファイルは編集できません。|/a");
+    message_warn_file("/a", STR_ERR_READ_FAILED, 0);
+    EXPECT_EQ(told, "ファイルの読み込みに失敗しました。|/a");
 }
 
 TEST_F(DIALOGS, AWorkerCanAsk) {

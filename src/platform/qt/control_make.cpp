@@ -133,7 +133,9 @@ QWidget* combo_make(WINDOW*, QWidget* parent, const CONTROL_LINE& line) {
 }
 void combo_connect(QWidget* widget) {
     auto* combo = static_cast<QComboBox*>(widget);
-    QObject::connect(combo, &QComboBox::currentIndexChanged, [widget] { notify(widget, NOTE_SELECTED); });
+    // Under a typed text the row that was chosen before may be chosen again.
+    const auto chosen = combo->lineEdit() ? &QComboBox::activated : &QComboBox::currentIndexChanged;
+    QObject::connect(combo, chosen, [widget] { notify(widget, NOTE_SELECTED); });
     if (!combo->lineEdit()) return;
     QObject::connect(combo->lineEdit(), &QLineEdit::textEdited, [widget] { notify(widget, NOTE_CHANGED); });
 }
@@ -202,7 +204,7 @@ struct TEXTS_FOLLOW : QObject {
 /// A label's text as a name: without the mark of its letter and the colon behind it.
 QString name_of_label(QString text) {
     text.remove('&');
-    while (text.endsWith(':') || text.endsWith(' ')) text.chop(1);
+    while (text.endsWith(u':') || text.endsWith(u'：') || text.endsWith(u' ')) text.chop(1);
     return text;
 }
 

@@ -44,7 +44,10 @@ template <>
 struct TEXT_OF<NUMBER_FIELD> {
     static QString get(const NUMBER_FIELD& field) { return field.text(); }
     static void set(NUMBER_FIELD& field, const QString& text) {
-        field.findChild<QLineEdit*>()->setText(text);
+        auto* edit = field.findChild<QLineEdit*>();
+        // An empty text would count as half typed, and be made a number when the field hides.
+        const QSignalBlocker quiet(text.isEmpty() ? edit : nullptr);
+        edit->setText(text);
         field.told = field.number();
     }
 };
@@ -90,6 +93,12 @@ QValidator::State NUMBER_FIELD::validate(QString& text, int&) const {
 }
 
 void NUMBER_FIELD::fixup(QString& text) const { text = locale().toString(number()).remove(locale().groupSeparator()); }
+
+void NUMBER_FIELD::showEvent(QShowEvent* event) {
+    const QString shown = text();
+    QSpinBox::showEvent(event);  // which writes the value anew, and an empty text has none
+    if (text() != shown) lineEdit()->setText(shown);
+}
 
 QSize NUMBER_FIELD::sizeHint() const {
     QSize size = QSpinBox::sizeHint();

@@ -1,3 +1,4 @@
+#include <QAccessible>
 #include <QCloseEvent>
 #include <QDialogButtonBox>
 #include <QEventLoop>
@@ -94,6 +95,16 @@ void focus_first(const WINDOW* window) {
     }
 }
 
+/// A field without a label stands for what the dialog is about: its title names it for screen readers.
+void name_by_title(const WINDOW* window) {
+    for (const WINDOW* control : window->children) {
+        if (!control_has_label(control->kind)) continue;
+        const QAccessibleInterface* known = QAccessible::queryAccessibleInterface(control->widget);
+        if (known && known->text(QAccessible::Name).isEmpty())
+            control->widget->setAccessibleName(window->frame->windowTitle());
+    }
+}
+
 WINDOW* dialog_build(const DIALOG_TEMPLATE& dialog, WINDOW* parent, DIALOG_BOX box) {
     if (!window_system_running()) return nullptr;
     auto* frame = new DIALOG_FRAME(frame_of(parent));
@@ -108,6 +119,7 @@ WINDOW* dialog_build(const DIALOG_TEMPLATE& dialog, WINDOW* parent, DIALOG_BOX b
     auto* column = new QVBoxLayout(frame);
     controls_lay_out(frame->window, frame, column, dialog.lines);
     buttons_add(frame->window, frame, column, dialog.buttons);
+    name_by_title(frame->window);
     return frame->window;
 }
 

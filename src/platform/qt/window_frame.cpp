@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QLayout>
 #include <QScreen>
+#include <QTabWidget>
 #include <QWindow>
 #include <algorithm>
 
@@ -16,6 +17,15 @@ QRect control_rect(const WINDOW* control) {
     const QWidget* widget = control->widget;
     const QPoint at = holder && holder->isAncestorOf(widget) ? widget->mapTo(holder, QPoint(0, 0)) : widget->pos();
     return {at, widget->size()};
+}
+
+/// Turns to the tab on which a control lies.
+void show_page_of(QWidget* widget) {
+    for (QWidget* page = widget; page && !page->isWindow(); page = page->parentWidget()) {
+        QWidget* stack = page->parentWidget();
+        if (auto* tabs = qobject_cast<QTabWidget*>(stack ? stack->parentWidget() : nullptr))
+            tabs->setCurrentWidget(page);
+    }
 }
 
 void layouts_activate(QWidget* widget) {
@@ -151,6 +161,7 @@ void window_activate(WINDOW* window) {
 void window_focus(WINDOW* window) {
     QWidget* widget = widget_of(window);
     if (!widget) return;
+    show_page_of(widget);
     widget->setFocus();
     // From one of our windows to another; never away from another program.
     if (!widget->window()->isActiveWindow() && QApplication::activeWindow()) widget->window()->activateWindow();
