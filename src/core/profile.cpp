@@ -210,7 +210,7 @@ static bool has_refused_character(const char* name) {
     return false;
 }
 
-int profile_new(bool same_group) {
+int profile_new() {
     if (list_full()) return 0;
     char label[PATH_SIZE];
     text_copy(label, PATH_SIZE, profile_name_label(current));
@@ -219,6 +219,7 @@ int profile_new(bool same_group) {
         message_warn(STR_ERR_PROFILE_NAME, REFUSED_TEXT);
         return 0;
     }
+    const bool same_group = ui_hooks.modifier_down && ui_hooks.modifier_down(UI_SHIFT);
     const std::string_view group = profile_name_group(current);
     std::string name = label;
     if (same_group && !group.empty()) name = '<' + std::string(group) + '>' + label;

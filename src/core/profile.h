@@ -42,9 +42,9 @@ void profile_make_current(const char* name);
 /// Makes a copy of the current profile under a new name, and makes it current. 1, or 0: no name, the current name, no
 /// such file name, a full list (told) or, for a temporary profile, a file of somebody else in its place.
 int profile_copy_as(const char* name);
-/// Asks for a name and does profile_copy_as with it, in the group of the current profile when same_group (SHIFT is
-/// down) and it has one. 1, or 0 when nothing was made.
-int profile_new(bool same_group);
+/// Asks for a name and does profile_copy_as with it, in the group of the current profile when it has one and SHIFT is
+/// down as the answer comes. 1, or 0 when nothing was made.
+int profile_new();
 /// Deletes the current profile's files: its filters go to their initial values.
 void profile_reset();
 /// Deletes a profile's files and takes it off the list. When it was current, the last current ordinary profile follows,
@@ -58,7 +58,7 @@ bool profile_put_config(const char* name, std::span<const uint8_t> config);
 /// Commands 8000 (initial values), 8001 (new), 8002 (delete) and 8006 + i (select slot i of the list). After one that
 /// did something, the profile name that the current frame uses becomes the current name, so all frames of that index
 /// follow. 1, or 0 when nothing was done.
-int profile_command(EDIT_STATE* edit, int id, bool shift);
+int profile_command(EDIT_STATE* edit, int id);
 enum : int { PROFILE_COMMAND_RESET = 8000, PROFILE_COMMAND_NEW, PROFILE_COMMAND_DELETE, PROFILE_COMMAND_SELECT = 8006 };
 
 /// A fresh edit works on a copy of the current profile, "#temp0" (key `tempconfig`), which takes index 0 of its names.

@@ -41,10 +41,10 @@ void profile_drop_temporary(EDIT_STATE* edit) {
     std::memset(edit->profile_name, 0, sizeof edit->profile_name);
 }
 
-static bool run_command(int id, bool shift) {
+static bool run_command(int id) {
     switch (id) {
         case PROFILE_COMMAND_RESET: profile_reset(); return true;
-        case PROFILE_COMMAND_NEW: return profile_new(shift);
+        case PROFILE_COMMAND_NEW: return profile_new();
         case PROFILE_COMMAND_DELETE: profile_delete(profile_current()); return true;
         default: break;
     }
@@ -53,8 +53,8 @@ static bool run_command(int id, bool shift) {
     return *name;
 }
 
-int profile_command(EDIT_STATE* edit, int id, bool shift) {
-    if (!run_command(id, shift)) return 0;
+int profile_command(EDIT_STATE* edit, int id) {
+    if (!run_command(id)) return 0;
     if (edit->edit_flag & EDIT_OPEN) {
         const int index = frame_profile_index(edit, edit->frame);
         text_copy(edit->profile_name[index], PATH_SIZE, profile_current());

@@ -75,7 +75,7 @@ static void system_settings_dialog(const COMMAND_CALL& c) {
 static void codec_dialog(const COMMAND_CALL&) { codec_options_dialog(); }
 static void arrange_windows(const COMMAND_CALL&) { filter_windows_arrange(main_window()); }
 static void choose_priority(const COMMAND_CALL& c) { main_menu_mark_priority(priority_choose(c.id - 1039)); }
-static void profile(const COMMAND_CALL& c) { profile_command(c.edit, c.id, key_held(KEY_SHIFT)); }
+static void profile(const COMMAND_CALL& c) { profile_command(c.edit, c.id); }
 static void filters_off(const COMMAND_CALL&) { filter_all_off(); }
 static void video_order(const COMMAND_CALL&) { dialog_filter_order_run(false); }
 static void audio_order(const COMMAND_CALL&) { dialog_filter_order_run(true); }
