@@ -1,36 +1,22 @@
 #include <cmath>
 
-#include "app/app.h"
-#include "core/edit_fixture.h"
-#include "output/save.h"
-#include "output/save_flags.h"
+#include "app/save_fixture.h"
 #include "platform/video_codec.h"
 #include "readers/codec.h"
 
 /// Saves through compressors and copies of stored frames, with ffmpeg as the judge of what came out.
-struct CodecSave : EDIT_FIXTURE {
-    static constexpr int WIDTH = 128, HEIGHT = 96;
-    static constexpr size_t FRAME = size_t{WIDTH} * HEIGHT * 3;
+struct CodecSave : SAVE_FIXTURE {
+    static constexpr size_t FRAME = size_t{128} * 96 * 3;
 
-    void SetUp() override {
-        EDIT_FIXTURE::SetUp();
-        system_settings.compprofile = 0;  // the settings of the edit count
-    }
-
+    /// Opens a clip; `via` is a container in between, whose form of the codec the AVI file takes over.
     std::string source(const std::vector<std::string>& codec, int frames, const char* via = nullptr) {
-        const std::string path = folder / "source.avi", between = folder / ("source." + std::string(via ? via : "avi"));
-        std::vector<std::string> arguments = {
-            "-f", "lavfi", "-i", "testsrc2=rate=25:size=128x96", "-frames:v", std::to_string(frames), "-c:v"};
-        arguments.insert(arguments.end(), codec.begin(), codec.end());
-        arguments.push_back(between);
-        EXPECT_TRUE(ffmpeg(arguments));
-        EXPECT_TRUE(!via || ffmpeg({"-i", between, "-c", "copy", "-r", "25", path}));
-        EXPECT_EQ(open_file(edit, text_from_utf8(path).c_str(), 0), 1);
+        std::string path = pattern(codec, frames, "128x96", "source." + std::string(via ? via : "avi"));
+        if (via) {
+            EXPECT_TRUE(ffmpeg({"-i", path, "-c", "copy", "-r", "25", folder / "source.avi"}));
+            path = folder / "source.avi";
+        }
+        open(path);
         return path;
-    }
-    int save() {
-        text_copy(edit->save_name, PATH_SIZE, text_from_utf8(folder / "out.avi"));
-        return save_run(edit, SAVE_REQ_QUIET);
     }
     static double psnr(const char* a, const char* b) {
         double sum = 0;
@@ -47,18 +33,21 @@ struct CodecSave : EDIT_FIXTURE {
             least = std::min(least, psnr(got.data() + at, wanted.data() + size_t(first) * FRAME + at));
         return least;
     }
-    std::vector<int> keys(const std::string& path) {
-        const auto record = std::make_unique<MEDIA_RECORD>();
+    static std::unique_ptr<MEDIA_RECORD> record_of(const std::string& path) {
+        auto record = std::make_unique<MEDIA_RECORD>();
         EXPECT_EQ(media_open(record.get(), text_from_utf8(path).c_str(), LOAD_READ_ONLY), 1);
+        return record;
+    }
+    static std::vector<int> keys(const std::string& path) {
+        const auto record = record_of(path);
         std::vector<int> found;
         for (int f = 0; f < record->media_frames; ++f)
             if (media_is_key(record.get(), f)) found.push_back(f);
         media_close(record.get());
         return found;
     }
-    std::string stored(const std::string& path, int frame) {
-        const auto record = std::make_unique<MEDIA_RECORD>();
-        EXPECT_EQ(media_open(record.get(), text_from_utf8(path).c_str(), LOAD_READ_ONLY), 1);
+    static std::string stored(const std::string& path, int frame) {
+        const auto record = record_of(path);
         std::string bytes(1 << 20, 0);
         int key = 0;
         bytes.resize(size_t(media_read_frame_raw(record.get(), frame, bytes.data(), bytes.size(), &key)));
@@ -68,7 +57,7 @@ struct CodecSave : EDIT_FIXTURE {
 };
 
 TEST_F(CodecSave, EachCompressorMakesFilesThatPlay) {
-    const std::string path = source({"rawvideo", "-pix_fmt", "bgr24"}, 20);
+    const std::string path = source(RAW_VIDEO, 20);
     const std::string wanted = decoded_frames(folder, path);
     for (int i = 0; i < codec_count(); ++i) {
         const CODEC_ENTRY* entry = codec_entry(i);
@@ -78,18 +67,18 @@ TEST_F(CodecSave, EachCompressorMakesFilesThatPlay) {
         edit->video_setting.key_rate = 8;
         edit->video_setting.data_rate = 0;
         ASSERT_EQ(save(), 1) << entry->display_name;
-        const std::string got = decoded_frames(folder, folder / "out.avi");
+        const std::string got = decoded_frames(folder, out);
         ASSERT_EQ(got.size(), wanted.size()) << entry->display_name;
         const bool exact = !(entry->flags & (CODEC_HAS_QUALITY | CODEC_CAN_YUY2));
         EXPECT_GT(worst(got, wanted, 0), exact ? 98 : 18) << entry->display_name;
         const bool counts_itself = entry->handler == VANTEL_FOURCC('c', 'v', 'i', 'd');
         if (!(entry->flags & CODEC_HAS_KEY_RATE) || counts_itself) continue;
-        EXPECT_EQ(keys(folder / "out.avi"), (std::vector<int>{0, 8, 16})) << entry->display_name;
+        EXPECT_EQ(keys(out), (std::vector<int>{0, 8, 16})) << entry->display_name;
     }
 }
 
 TEST_F(CodecSave, MarksAndSettingsOfFramesReachTheCompressor) {
-    source({"rawvideo", "-pix_fmt", "bgr24"}, 30);
+    source(RAW_VIDEO, 30);
     codec_reset_setting(&edit->video_setting, VANTEL_FOURCC('X', 'V', 'I', 'D'));
     edit->video_setting.key_rate = 0;
     edit->video_setting.data_rate = 0;
@@ -103,15 +92,22 @@ TEST_F(CodecSave, MarksAndSettingsOfFramesReachTheCompressor) {
     frame_table.frame_flag[22] |= FRAME_COPY;
     edit->edit_flag |= EDIT_SAVE_LOG;
     ASSERT_EQ(save(), 1);
-    EXPECT_EQ(keys(folder / "out.avi"), (std::vector<int>{0, 7, 12, 20, 26}));  // 26: back from what was not followed
-    EXPECT_LT(stored(folder / "out.avi", 12).size() * 2, stored(folder / "out.avi", 20).size());
-    EXPECT_EQ(stored(folder / "out.avi", 22).size(), 0u);
-    EXPECT_EQ(decoded_frames(folder, folder / "out.avi").size(), 29 * FRAME);  // ffmpeg passes over an empty one
+    EXPECT_EQ(keys(out), (std::vector<int>{0, 7, 12, 20, 26}));  // 26: back from what was not followed
+    EXPECT_LT(stored(out, 12).size() * 2, stored(out, 20).size());
+    EXPECT_EQ(stored(out, 22).size(), 0u);
+    EXPECT_EQ(decoded_frames(folder, out).size(), 29 * FRAME);  // ffmpeg passes over an empty one
     EXPECT_EQ(file_bytes(folder / "out.txt"), "") << "a copy mark is no drop";
 }
 
-/// Long-GOP files, with codec headers in their key frames or in the format block alone. `via` is a container in
-/// between, whose form of the codec the AVI file takes over.
+static std::vector<std::string> xvid(const char* tag, int gop, const char* flags = "-global_header") {
+    return {"mpeg4", "-vtag", tag, "-g", std::to_string(gop), "-bf", "0", "-q:v", "3", "-flags", flags};
+}
+static std::vector<std::string> x264(const char* flags, const char* profile = "high") {
+    return {"libx264", "-g",         "24",    "-bf",      "0",       "-crf",   "18", "-sc_threshold",
+            "0",       "-profile:v", profile, "-pix_fmt", "yuv420p", "-flags", flags};
+}
+
+/// Long-GOP files, with codec headers in their key frames or in the format block alone.
 static const struct COPY_CASE {
     const char* name;
     std::vector<std::string> codec;
@@ -119,21 +115,11 @@ static const struct COPY_CASE {
     bool headers_in_block;
     const char* via = nullptr;
 } COPY_CASES[] = {
-    {"ASP", {"mpeg4", "-vtag", "XVID", "-g", "24", "-bf", "0", "-q:v", "3"}, 24, false},
-    {"ASP, block",
-     {"mpeg4", "-vtag", "FMP4", "-g", "24", "-bf", "0", "-q:v", "3", "-flags", "+global_header"},
-     24,
-     true},
-    {"ASP, other name",
-     {"mpeg4", "-vtag", "mp4v", "-g", "24", "-bf", "0", "-q:v", "3", "-flags", "+global_header"},
-     24,
-     true},
-    {"H.264", {"libx264", "-g", "24", "-bf", "0", "-crf", "18", "-sc_threshold", "0"}, 24, false},
-    {"H.264, block",
-     {"libx264", "-g", "24", "-bf", "0", "-crf", "18", "-sc_threshold", "0", "-flags", "+global_header"},
-     24,
-     true},
-    {"H.264 of MP4", {"libx264", "-g", "24", "-bf", "0", "-crf", "18", "-sc_threshold", "0"}, 24, true, "mp4"},
+    {"ASP", xvid("XVID", 24), 24, false},
+    {"ASP, block, other name", xvid("mp4v", 24, "+global_header"), 24, true},
+    {"H.264", x264("-global_header"), 24, false},
+    {"H.264, block", x264("+global_header"), 24, true},
+    {"H.264 of MP4", x264("+global_header"), 24, true, "mp4"},
     {"JPEG", {"mjpeg", "-q:v", "3"}, 1, false},
 };
 
@@ -144,18 +130,18 @@ TEST_F(CodecSave, CopyOrRecompressCutsAnywhere) {
         SCOPED_TRACE(c.name);
         const std::string path = source(c.codec, 100, c.via), pictures = decoded_frames(folder, path);
         edit->video_setting.setting_flags |= VIDEO_SETTING_COPY;
-        std::vector<int> order;  // 13 .. 29, 41 .. 77, 50 .. 75
-        for (int f = 0; f < 80; ++f) order.push_back(f < 17 ? 13 + f : f < 54 ? 24 + f : f - 4);
+        std::vector<int> order(80);  // 13 .. 29, 41 .. 77, 50 .. 75
+        for (int f = 0; f < 80; ++f) order[size_t(f)] = f < 17 ? 13 + f : f < 54 ? 24 + f : f - 4;
         const std::vector<uint32_t> refs(frame_table.frame_video, frame_table.frame_video + 100);
         for (int f = 0; f < 80; ++f) frame_table.frame_video[f + 2] = refs[size_t(order[size_t(f)])];
         edit->select_start = 2;
         edit->select_end = 81;
         ASSERT_EQ(save(), 1);
-        const std::string got = decoded_frames(folder, folder / "out.avi");
+        const std::string got = decoded_frames(folder, out);
         ASSERT_EQ(got.size(), 80 * FRAME);
         if (c.via) {  // units of all frames stand behind their lengths, which ffmpeg itself is not strict about
             const std::string units = folder / "units.h264";
-            ASSERT_TRUE(ffmpeg({"-i", folder / "out.avi", "-c", "copy", "-bsf:v", "h264_mp4toannexb", units}));
+            ASSERT_TRUE(ffmpeg({"-i", out, "-c", "copy", "-bsf:v", "h264_mp4toannexb", units}));
             EXPECT_TRUE(decoded_frames(folder, units) == got);
         }
         bool copying = c.gop == 1;
@@ -165,7 +151,7 @@ TEST_F(CodecSave, CopyOrRecompressCutsAnywhere) {
             copying = from % c.gop == 0 || (copying && follows);
             ASSERT_GT(psnr(&got[size_t(f) * FRAME], &pictures[size_t(from) * FRAME]), copying ? 98 : 22) << f;
             if (!copying) continue;
-            const std::string bytes = stored(folder / "out.avi", f), own = stored(path, from);
+            const std::string bytes = stored(out, f), own = stored(path, from);
             ASSERT_TRUE(bytes.ends_with(own)) << f;
             EXPECT_EQ(bytes.size() > own.size(), c.headers_in_block && !was_copying) << f;
         }
@@ -181,14 +167,8 @@ TEST_F(CodecSave, JoinedFilesKeepTheirOwnHeaders) {
         std::vector<std::string> first, second;
         bool copied;
     } CASES[] = {
-        {"ASP",
-         {"mpeg4", "-vtag", "FMP4", "-g", "10", "-bf", "0", "-q:v", "3", "-flags", "+global_header"},
-         {"mpeg4", "-vtag", "FMP4", "-g", "10", "-bf", "0", "-q:v", "3", "-flags", "+global_header+qpel"},
-         true},
-        {"H.264",
-         {"libx264", "-bf", "0", "-crf", "18", "-flags", "+global_header"},
-         {"libx264", "-bf", "0", "-crf", "18", "-flags", "+global_header", "-profile:v", "baseline"},
-         true},
+        {"ASP", xvid("FMP4", 10, "+global_header"), xvid("FMP4", 10, "+global_header+qpel"), true},
+        {"H.264", x264("+global_header"), x264("+global_header", "baseline"), true},
         {"Huffyuv",
          {"huffyuv", "-pred", "median", "-pix_fmt", "yuv422p"},
          {"huffyuv", "-pred", "plane", "-pix_fmt", "yuv422p"},
@@ -199,15 +179,14 @@ TEST_F(CodecSave, JoinedFilesKeepTheirOwnHeaders) {
         const std::string b = source(c.second, 30), second = decoded_frames(folder, b), kept = folder / "second.avi";
         std::filesystem::rename(b, kept);
         const std::string a = source(c.first, 30), first = decoded_frames(folder, a);
-        ASSERT_EQ(open_file(edit, text_from_utf8(kept).c_str(), OPEN_APPEND), 1);
+        open(kept, OPEN_APPEND);
         ASSERT_EQ(edit->frame_n, 60);
-        edit->select_start = 0;
-        edit->select_end = 59;
+        select_all();
         edit->video_setting.setting_flags |= VIDEO_SETTING_COPY;
         ASSERT_EQ(save(), 1);
-        EXPECT_GT(worst(decoded_frames(folder, folder / "out.avi"), first + second, 0), c.copied ? 98 : 40);
-        EXPECT_EQ(stored(folder / "out.avi", 29) == stored(a, 29), c.copied);
-        EXPECT_EQ(stored(folder / "out.avi", 59) == stored(kept, 29), c.copied);
+        EXPECT_GT(worst(decoded_frames(folder, out), first + second, 0), c.copied ? 98 : 40);
+        EXPECT_EQ(stored(out, 29) == stored(a, 29), c.copied);
+        EXPECT_EQ(stored(out, 59) == stored(kept, 29), c.copied);
         edit->video_setting = {};
     }
 }

@@ -1,12 +1,8 @@
-#include "app/app.h"
-#include "core/edit_fixture.h"
-#include "hosts/filter.h"
-#include "hosts/filter_settings.h"
-#include "platform/file.h"
+#include "app/save_fixture.h"
 #include "resources/string_ids.h"
 
 /// Files that come out of the built-in filters, whatever threads and vector kernels the settings ask for.
-struct FilterFiles : EDIT_FIXTURE {
+struct FilterFiles : SAVE_FIXTURE {
     struct CHOICE {
         int filter;
         std::vector<int32_t> tracks;
@@ -33,28 +29,21 @@ struct FilterFiles : EDIT_FIXTURE {
         filter_set_active(filter, true);
     }
 
-    /// The present values as profile "p" of the program that is run.
-    void keep_profile() {
-        const std::vector<uint8_t> config = filter_config_build();
-        ASSERT_TRUE(file_replace(text_from_utf8(folder / "home/p.cfg").c_str(), config.data(), config.size()));
-    }
-
     /// The file that one setting of vantel.ini gives, "" when the program failed.
     std::string saved(const std::string& settings) {
         file_put_bytes(folder / "home/vantel.ini", "[system]\n" + settings);
-        const std::string out = folder / "out.avi";
         if (vantel(folder, {folder / "clip.avi", "-p", "p", "-o", out, "-q"}).status != 0) return "";
         return file_bytes(out);
     }
 
     /// True when every setting gives the file that the plain kernels give on one thread, and the filters did something.
-    void expect_same(const std::string& what) {
-        keep_profile();
+    void expect_same(const std::string& what, const std::vector<std::string>& all_settings) {
+        keep_profile("p");
         for (const std::string mode : {"", "yuy2mode=1\n"}) {
             const std::string plain = saved(mode + "multithread=1\nsse=0\nsse2=0\n");
             ASSERT_FALSE(plain.empty()) << what;
             EXPECT_TRUE(plain != unfiltered[mode]) << what << " changes nothing; " << mode;
-            for (const char* settings : {"multithread=1\n", "multithread=2\nsse2=0\n", "multithread=7\n"})
+            for (const std::string& settings : all_settings)
                 EXPECT_TRUE(saved(mode + settings) == plain) << what << ": " << mode << settings;
         }
     }
@@ -62,11 +51,9 @@ struct FilterFiles : EDIT_FIXTURE {
     std::map<std::string, std::string> unfiltered;
 
     void SetUp() override {
-        EDIT_FIXTURE::SetUp();
-        std::filesystem::create_directory(folder / "home");
-        ASSERT_TRUE(ffmpeg({"-f", "lavfi", "-i", "testsrc2=rate=25:size=99x75,noise=alls=12:allf=t:all_seed=3",
-                            "-frames:v", "5", "-c:v", "rawvideo", "-pix_fmt", "bgr24", folder / "clip.avi"}));
-        keep_profile();
+        SAVE_FIXTURE::SetUp();
+        pattern(RAW_VIDEO, 5, "99x75,noise=alls=12:allf=t:all_seed=3", "clip.avi");
+        keep_profile("p");
         for (const std::string mode : {"", "yuy2mode=1\n"}) unfiltered[mode] = saved(mode);
     }
 };
@@ -76,17 +63,19 @@ TEST_F(FilterFiles, EachFilterAlone) {
         filter_all_off();
         filter_select(filter_built_in(STR_FILTER_SIZE), 0);
         choose(choice);
-        expect_same("filter " + std::to_string(choice.filter));
+        expect_same("filter " + std::to_string(choice.filter), {"multithread=7\n"});
     }
 }
 
 TEST_F(FilterFiles, AllTogetherInDefaultAndChangedOrder) {
+    const std::vector<std::string> settings = {"multithread=1\n",  "multithread=2\nsse2=0\n", "multithread=7\n",
+                                               "saveunitsize=0\n", "saveunitsize=1\n",        "cache=2\n"};
     for (const CHOICE& choice : ALL) choose(choice);
-    expect_same("default order");
+    expect_same("default order", settings);
     const std::string by_default = saved("");
     const int n = int(std::size(ALL));
     for (int i = 0; i < n; ++i) filter_built_in(ALL[size_t(i)].filter)->chain_order = (n - i) * 10;
     filter_chain_rebuild();
-    expect_same("changed order");
+    expect_same("changed order", settings);
     EXPECT_TRUE(saved("") != by_default) << "the order is not kept by the profile";
 }

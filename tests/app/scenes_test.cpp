@@ -209,21 +209,6 @@ TEST_F(Scenes, PicturesAreTheClipsOwn) {
     show({"clip", "zoom"});
     expect_clip("clip", 2, 1, 1, false);
     expect_clip("zoom_200", 7, 2, 1, true);
-
-    // Scaled to the window it is smooth: means have to do, away from the mark.
-    const SHOT shown = shot("zoom_window");
-    const AREA area = shown_area("zoom_window");
-    ASSERT_GT(area.width, 0);
-    SHOT clip{WIDTH, HEIGHT, std::vector<uint8_t>(size_t(WIDTH) * HEIGHT * 4)};
-    for (int y = 0; y < HEIGHT; ++y)
-        for (int x = 0; x < WIDTH; ++x)
-            for (int c = 0; c < 3; ++c)
-                clip.bgra[size_t((HEIGHT - 1 - y) * WIDTH + x) * 4 + size_t(c)] = clip_pixel(7, x, y)[2 - c];
-    const int columns = WIDTH / 24, rows = HEIGHT / 24;
-    const MEANS want = means_of(clip, clip.whole(), columns, rows), got = means_of(shown, area, columns, rows);
-    for (int y = 2; y < rows; ++y)
-        for (int x = 0; x < columns; ++x)
-            for (size_t c = 0; c < 3; ++c) ASSERT_NEAR(got.at(x, y)[c], want.at(x, y)[c], 10) << x << ' ' << y;
 }
 
 TEST_F(Scenes, DarkDesktop) {

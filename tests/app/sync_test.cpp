@@ -2,12 +2,9 @@
 
 #include <algorithm>
 
-#include "app/app.h"
+#include "app/save_fixture.h"
 #include "core/audio_conv.h"
-#include "core/edit_fixture.h"
 #include "output/avi_writer.h"
-#include "output/save.h"
-#include "output/save_flags.h"
 #include "output/writer_table.h"
 #include "platform/audio_codec.h"
 #include "resources/language.h"
@@ -27,17 +24,12 @@ static const SYNC_SOURCE SOURCES[] = {
     {"mp3.avi", {"-c:a", "libmp3lame", "-b:a", "128k"}},
     {"mp3_vbr.avi", {"-c:a", "libmp3lame", "-q:a", "5"}},
     {"ms_adpcm.avi", {"-c:a", "adpcm_ms"}},
-    {"ima_adpcm.avi", {"-c:a", "adpcm_ima_wav"}},
     {"aac.mp4", {"-c:a", "aac", "-c:v", "mpeg4", "-q:v", "2"}},
     {"mp3_stream.avi", {}},
 };
 static constexpr uint16_t OUTPUT_TAGS[] = {1, 0x55, 2, 0xFF};  // PCM, MP3, MS ADPCM, AAC
 
-struct Sync : EDIT_FIXTURE {
-    void SetUp() override {
-        EDIT_FIXTURE::SetUp();
-        system_settings.compprofile = 0;  // the settings of the edit count
-    }
+struct Sync : SAVE_FIXTURE {
     std::string source(const std::string& name, const CLIP& what, const std::vector<std::string>& sound) {
         const std::string plain = folder / ("plain_" + name + ".avi");
         std::string path = folder / name;
@@ -53,16 +45,8 @@ struct Sync : EDIT_FIXTURE {
         clip(("plain_" + name).c_str(), what);
         open(folder / ("plain_" + name));
         select_all();
-        save(name, 0x55);
+        save_sound(name, 0x55);
         return folder / name;
-    }
-    void open(const std::string& path, uint32_t flags = 0) {
-        ASSERT_EQ(open_file(edit, text_from_utf8(path).c_str(), flags), 1) << path;
-        ASSERT_TRUE(edit->base.media_flag & MEDIA_HAS_AUDIO);
-    }
-    void select_all() {
-        edit->select_start = 0;
-        edit->select_end = edit->frame_n - 1;
     }
     /// Takes frames first .. last out.
     void cut(int first, int last) {
@@ -81,15 +65,9 @@ struct Sync : EDIT_FIXTURE {
         }
         ASSERT_EQ(edit->audio_setting.audio_flags != 0, tag != 1) << "format " << tag;
     }
-    void save_as(const std::string& name, uint32_t audio_flags) {
-        edit->audio_setting.audio_flags = audio_flags;
-        text_copy(edit->save_name, PATH_SIZE, text_from_utf8(folder / name));
-        edit->output_kind = OUTPUT_KIND_AVI;
-        ASSERT_EQ(save_run(edit, SAVE_REQ_QUIET), 1);
-    }
-    void save(const std::string& name, uint16_t tag) {
+    void save_sound(const std::string& name, uint16_t tag) {
         choose(tag);
-        save_as(name, edit->audio_setting.audio_flags);
+        ASSERT_EQ(save_to(folder / name), 1);
     }
     void expect_sync(const std::string& path, size_t beeps) {
         const int rate = int(edit->base.audio_header.nSamplesPerSec);
@@ -102,8 +80,8 @@ struct Sync : EDIT_FIXTURE {
     void expect_outputs(size_t beeps) {
         for (const uint16_t tag : OUTPUT_TAGS) {
             SCOPED_TRACE(tag);
-            save("out.avi", tag);
-            expect_sync(folder / "out.avi", beeps);
+            save_sound("out.avi", tag);
+            expect_sync(out, beeps);
         }
     }
 };
@@ -152,20 +130,21 @@ TEST_F(Sync, CopiedSoundIsTheStoredOne) {
     for (const std::vector<std::string>& sound :
          {std::vector<std::string>{"-c:a", "pcm_u8"}, {"-c:a", "adpcm_ms"}, {"-c:a", "libmp3lame", "-q:a", "5"}}) {
         SCOPED_TRACE(sound[1]);
-        const std::string path = source("copied.avi", what, sound), copy = folder / "out.avi";
+        const std::string path = source("copied.avi", what, sound);
         open(path);
         select_all();
-        save_as("out.avi", AUDIO_SETTING_COPY);
-        expect_sync(copy, SECONDS);
-        const std::string before = stored_sound(folder, path), after = stored_sound(folder, copy);
+        edit->audio_setting.audio_flags = AUDIO_SETTING_COPY;
+        ASSERT_EQ(save(), 1);
+        expect_sync(out, SECONDS);
+        const std::string before = stored_sound(folder, path), after = stored_sound(folder, out);
         EXPECT_TRUE(before.starts_with(after));
         EXPECT_GE(after.size() + 4096, before.size());  // what lies behind the last frame stays out
         const bool variable = edit->base.media_flag & MEDIA_VARIABLE_AUDIO;
         EXPECT_EQ(variable, sound.size() > 2);
-        EXPECT_TRUE(!variable || packets(folder, path).starts_with(packets(folder, copy)));
+        EXPECT_TRUE(!variable || packets(folder, path).starts_with(packets(folder, out)));
         cut(60, 5 * FPS + 4);  // in silence: a packet of MP3 may need bytes of the one before it
-        save_as("out.avi", AUDIO_SETTING_COPY);
-        expect_sync(copy, SECONDS - 3);
+        ASSERT_EQ(save(), 1);
+        expect_sync(out, SECONDS - 3);
     }
 }
 
@@ -180,8 +159,7 @@ TEST_F(Sync, ConversionThatFailsAtTheEndIsTold) {
     save_set_writer(&writer);
     message_silence(false);
     testing::internal::CaptureStderr();
-    text_copy(edit->save_name, PATH_SIZE, text_from_utf8(folder / "out.avi"));
-    EXPECT_EQ(save_run(edit, SAVE_REQ_QUIET), 0);
+    EXPECT_EQ(save(), 0);
     const std::string told = testing::internal::GetCapturedStderr();
     message_silence(true);
     save_set_writer(nullptr);

@@ -1,23 +1,15 @@
-#include <functional>
-
-#include "app/app.h"
+#include "app/save_fixture.h"
 #include "core/edit_commands.h"
-#include "core/edit_fixture.h"
 #include "core/edit_model.h"
 #include "core/profile.h"
 #include "core/ui_hooks.h"
-#include "hosts/filter.h"
-#include "hosts/filter_settings.h"
-#include "output/save.h"
-#include "output/save_flags.h"
 #include "persist/project_save.h"
 #include "readers/codec.h"
 #include "readers/codec_dialog.h"
 #include "readers/fourcc.h"
 #include "resources/string_ids.h"
 
-/// A whole edit by commands, without a window: each step beside a plain list, and what is saved in the end beside what
-/// the list says.
+/// A whole edit by commands, without a window: what is saved in the end beside what its list of frames says.
 
 static constexpr CLIP FIRST = {128, 64, 30, 1, 60, 24, 44100, 0}, SECOND = {128, 64, 30, 1, 45, 24, 44100, 0};
 static constexpr size_t FRAME_SAMPLES = 44100 / 30 * 4;  // bytes
@@ -25,13 +17,12 @@ static constexpr size_t FRAME_SAMPLES = 44100 / 30 * 4;  // bytes
 static RANGE_DIALOG range_typed;
 static int quality_typed;
 
-struct WholeEdit : EDIT_FIXTURE {
+struct WholeEdit : SAVE_FIXTURE {
     EDIT_MODEL model;
     std::string picture[2], sound[2];  // of the sources: all frames, all samples
 
     void SetUp() override {
-        EDIT_FIXTURE::SetUp();
-        system_settings.compprofile = 0;
+        SAVE_FIXTURE::SetUp();
         ui_hooks.ask_range = [](RANGE_DIALOG* dialog) { return *dialog = range_typed, true; };
         ui_hooks.choose_video = [](CODEC_DIALOG* dialog) {
             const int xvid = codec_find(fourcc("XVID"));
@@ -45,66 +36,38 @@ struct WholeEdit : EDIT_FIXTURE {
             picture[i] = decoded_frames(folder, path[i]);
             sound[i] = decoded_sound(folder, path[i]);
             ASSERT_EQ(open_file(edit, path[i].c_str(), i ? uint32_t{OPEN_APPEND} : 0), 1);
-            model.append(i, i ? SECOND.frames : FIRST.frames);
         }
-        ASSERT_TRUE(same_edit(model, edit));
     }
     void TearDown() override {
         ui_hooks = {};
-        EDIT_FIXTURE::TearDown();
+        SAVE_FIXTURE::TearDown();
     }
 
-    /// A command, and what it means for the list.
-    void step(int id, const std::function<void()>& meaning, int parameter = 0) {
-        ASSERT_EQ(edit_command_run(edit, id, parameter) >= EDIT_COMMAND_DONE, true) << id;
-        meaning();
-        ASSERT_TRUE(same_edit(model, edit)) << id;
-    }
-    void go(int frame) {
-        step(
-            EDIT_COMMAND_MOVE_TO, [&] { model.move(frame); }, frame);
-    }
+    void run(int id, int parameter = 0) { ASSERT_GE(edit_command_run(edit, id, parameter), EDIT_COMMAND_DONE) << id; }
+    void go(int frame) { run(EDIT_COMMAND_MOVE_TO, frame); }
     void select(int first, int last) {
         range_typed = {first + system_settings.startframe, last + system_settings.startframe};
-        step(5115, [&] { model.start = first, model.end = last; });
+        run(5115);
     }
-    EDIT_MODEL::ENTRY& here() { return model.list[size_t(model.frame)]; }
-    void set_selected(int EDIT_MODEL::ENTRY::*member, int value) {
-        for (int i = model.start; i <= model.end; ++i) model.list[size_t(i)].*member = value;
-    }
-
     void cut_and_join() {
-        select(10, 94);
-        step(5143, [&] { model.cut(); });  // 50 frames of the first file, 35 of the second
-        select(20, 29);
-        step(5101, [&] { model.remove(); });
-        step(5147, [&] { model.undo(); });
-        select(30, 39);
-        step(5101, [&] { model.remove(); });
-        go(60);  // the second file
-        step(1020, [&] { model.clipboard_filled = true, model.clipboard_video = here().video; });
-        go(5);
-        step(5117, [&] { model.paste(5, 1); });
-        select(12, 14);
-        step(5184, [&] { model.paste(12, 3); });
-        step(5147, [&] { model.undo(); });
-        select(70, 72);
-        step(5184, [&] { model.paste(70, 3); });
+        select(10, 94), run(5143);  // 50 frames of the first file, 35 of the second
+        select(20, 29), run(5101), run(5147);
+        select(30, 39), run(5101);
+        go(60), run(1020);  // a frame of the second file is copied
+        go(5), run(5117);
+        select(12, 14), run(5184), run(5147);
+        select(70, 72), run(5184);
     }
     void set_up_frames() {
-        go(33);
-        step(5130, [&] { here().flag ^= FRAME_MARK; });
-        go(47);
-        step(5129, [&] { here().flag ^= FRAME_KEY; });
-        go(0);
-        step(5178, [&] { model.move(33); });  // the next mark
-        step(5199, [&] { here().inter = INTER_EVEN; });
-        select(50, 54);
-        step(5109, [&] { set_selected(&EDIT_MODEL::ENTRY::profile, 1); });
+        go(33), run(5130);  // a mark
+        go(47), run(5129);  // a key frame
+        go(0), run(5178);   // to the mark
+        ASSERT_EQ(edit->frame, 33);
+        run(5199);  // the even lines alone
+        select(50, 54), run(5109);
         select(20, 24);
         quality_typed = 9000;
-        step(5126, [&] { set_selected(&EDIT_MODEL::ENTRY::compress, 1); });
-        step(5112, [&] { model.select_all(); });
+        run(5126), run(5112);
     }
     /// The profile of command 5109 gets another deinterlace method than the standard one.
     void fill_profile() const {
@@ -119,25 +82,20 @@ struct WholeEdit : EDIT_FIXTURE {
         choose(method);
     }
     std::string save(const char* name) {
-        text_copy(edit->save_name, PATH_SIZE, text_from_utf8(folder / name));
-        edit->output_kind = OUTPUT_KIND_AVI;
         edit->edit_flag |= EDIT_SAVE_WAV;
-        EXPECT_EQ(save_run(edit, SAVE_REQ_QUIET), 1);
+        EXPECT_EQ(save_to(folder / name), 1);
         EXPECT_TRUE(same_edit(model, edit)) << "a save leaves the edit as it is";
         return folder / name;
     }
     /// The edit as a project in a process of its own, from the command line and from a script: the same files.
     void project_elsewhere(const std::string& packed) {
         ASSERT_EQ(project_save(edit, text_from_utf8(folder / "edit.vtp").c_str()), 1);
-        std::filesystem::create_directory(folder / "home");
         file_put_bytes(folder / "home/vantel.ini", "[system]\ncompprofile=0\n");
         file_put_bytes(folder / "list.vts", "\"" + (folder / "edit.vtp") + "\" -o \"" + (folder / "script.avi") +
                                                 "\"\r\n\"" + (folder / "edit.vtp") + "\" -ow " +
                                                 (folder / "script.wav") + " -r11,20\r\n");
-        const COMMAND_OUTPUT line = vantel(folder, {folder / "edit.vtp", "-o", folder / "line.avi", "-q"});
-        EXPECT_EQ(line.status, 0) << line.error;
-        const COMMAND_OUTPUT script = vantel(folder, {folder / "list.vts", "-q"});
-        EXPECT_EQ(script.status, 0) << script.error;
+        run_program({folder / "edit.vtp", "-o", folder / "line.avi", "-q"});
+        run_program({folder / "list.vts", "-q"});
         for (const char* name : {"line", "script"})
             EXPECT_TRUE(file_bytes(packed) == file_bytes(folder / (name + std::string(".avi")))) << name;
         EXPECT_TRUE(file_bytes(folder / "packed.wav") == file_bytes(folder / "line.wav"));
@@ -148,8 +106,7 @@ struct WholeEdit : EDIT_FIXTURE {
         edit->video_setting.setting_flags |= VIDEO_SETTING_COPY;
         edit->audio_setting.audio_flags |= AUDIO_SETTING_COPY;
         ASSERT_EQ(project_save(edit, text_from_utf8(folder / "copy.vtp").c_str()), 1);
-        const COMMAND_OUTPUT copy = vantel(folder, {folder / "copy.vtp", "-o", folder / "copy.avi", "-q"});
-        EXPECT_EQ(copy.status, 0) << copy.error;
+        run_program({folder / "copy.vtp", "-o", folder / "copy.avi", "-q"});
         EXPECT_TRUE(decoded_sound(folder, folder / "copy.avi") == model_sound());
         std::string pictures;
         for (const EDIT_MODEL::ENTRY& e : model.list) pictures += model_picture(e);
@@ -173,6 +130,7 @@ TEST_F(WholeEdit, IsSavedAsTheListSays) {
     cut_and_join();
     set_up_frames();
     fill_profile();
+    model = EDIT_MODEL::of(edit);
     ASSERT_EQ(model.n(), 75);
 
     const std::string plain = save("plain.avi");

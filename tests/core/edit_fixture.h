@@ -15,6 +15,7 @@
 #include "core/start_up.h"
 #include "demo/clip.h"
 #include "platform/text.h"
+#include "support/avi_builder.h"
 #include "support/command.h"
 
 /// The engine started without a window in a folder of its own; messages are kept off standard error.
@@ -36,5 +37,11 @@ struct EDIT_FIXTURE : testing::Test {
         std::string path = text_from_utf8(folder / name);
         EXPECT_TRUE(clip_write(what, path));
         return path;
+    }
+    /// A WAV file in the folder, in the same way.
+    std::string wave(const char* name, const BYTES& format, const BYTES& samples) const {
+        const BYTES file = wave_build(format, samples);
+        file_put_bytes(folder / name, {file.begin(), file.end()});
+        return text_from_utf8(folder / name);
     }
 };

@@ -1,31 +1,9 @@
 #include "core/edit_fixture.h"
-#include "core/fps_list.h"
-#include "hosts/filter.h"
 #include "pipeline/audio_fetch.h"
-#include "resources/string_ids.h"
 
 static constexpr CLIP SMALL = {64, 48, 30, 1, 20, 24, 44100, 0};
 
 using Source = EDIT_FIXTURE;
-
-TEST_F(Source, NewOpenFillsTheTable) {
-    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
-    EXPECT_EQ(edit->frame_n, 20);
-    EXPECT_EQ(edit->width, 64);
-    EXPECT_EQ(edit->height, 48);
-    EXPECT_EQ(edit->select_start, 0);
-    EXPECT_EQ(edit->select_end, 19);
-    EXPECT_EQ(edit->base.media_frames, 0);
-    for (int i = 0; i < 20; ++i) {
-        EXPECT_EQ(frame_table.frame_video[i], uint32_t(i));
-        EXPECT_EQ(frame_table.frame_audio[i], uint32_t(i));
-        EXPECT_EQ(frame_table.frame_phase[i], i % 5);
-    }
-    EXPECT_EQ(close_edit(edit), 1);
-    EXPECT_EQ(edit->frame_n, 0);
-    EXPECT_EQ(edit->edit_flag & EDIT_OPEN, 0u);
-    EXPECT_EQ(edit->source[0].path[0], 0);
-}
 
 TEST_F(Source, AppendedFileOfAnotherRateIsMapped) {
     ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
@@ -43,14 +21,10 @@ TEST_F(Source, AppendedFileOfAnotherRateIsMapped) {
     EXPECT_EQ(edit->frame_n, 50);
     EXPECT_EQ(edit->select_end, 5);
     EXPECT_EQ(frame_table.frame_video[49], frame_ref_make(2, 9));
-}
-
-TEST_F(Source, AppendingWithoutSoundSilencesTheEdit) {
-    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
+    // One without sound silences the edit.
     EXPECT_TRUE(edit->base.media_flag & MEDIA_HAS_AUDIO);
     ASSERT_EQ(open_file(edit, clip("mute.avi", {64, 48, 30, 1, 5, 24, 0, 0}).c_str(), OPEN_APPEND), 1);
     EXPECT_FALSE(edit->base.media_flag & MEDIA_HAS_AUDIO);
-    EXPECT_EQ(frame_table.frame_audio[3], 3u);
 }
 
 TEST_F(Source, SelectionTakesAShorterFileByRepeatingItsLastFrame) {
@@ -127,8 +101,6 @@ TEST_F(Source, FramesReadBackInAnyOrder) {
     EXPECT_EQ(media_open(&record, text_from_utf8(folder / "nothing.avi").c_str(), 0), -1);
 }
 
-// ---- sound
-
 TEST_F(Source, SoundOfFramesAddsUpToTheFile) {
     ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 30000, 1001, 300, 24, 44100, 0}).c_str(), 0), 1);
     std::vector<uint8_t> whole(4 << 20), parts(4 << 20);
@@ -139,43 +111,4 @@ TEST_F(Source, SoundOfFramesAddsUpToTheFile) {
     ASSERT_LE(fill, size_t(all));
     EXPECT_GE(fill + 4, size_t(all));
     EXPECT_EQ(std::memcmp(whole.data(), parts.data(), fill), 0);
-    for (int f = 0; f < 20; ++f)
-        EXPECT_EQ(audio_fetch(edit, f, 0, 0, nullptr, 0, nullptr, AUDIO_CONVERTED),
-                  audio_fetch(edit, f, 0, 0, parts.data(), parts.size(), nullptr, AUDIO_CONVERTED));
-}
-
-TEST_F(Source, SoundComesInGroupsOfTheInterleave) {
-    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 25, 1, 60, 24, 44100, 0}).c_str(), 0), 1);
-    std::vector<uint8_t> buffer(4 << 20);
-    const auto fetch = [&](int f, int end) {
-        return audio_fetch(edit, f, 10, end, buffer.data(), buffer.size(), nullptr, AUDIO_FILTERED);
-    };
-    const int frame = 44100 / 25 * 4;
-    edit->audio_setting.interleave = 4;
-    EXPECT_EQ(fetch(10, 30), 4 * frame);
-    EXPECT_EQ(fetch(11, 30), 0);
-    EXPECT_EQ(fetch(13, 30), 0);
-    EXPECT_EQ(fetch(14, 30), 4 * frame);
-    EXPECT_EQ(fetch(14, 15), 2 * frame);
-    for (const auto& [value, want] : {std::pair{0, 1}, {-3, 1}, {1000, 250}}) {
-        edit->audio_setting.interleave = value;
-        EXPECT_EQ(audio_interleave(edit, &edit->base), want);
-    }
-}
-
-TEST_F(Source, PositionAdjustPutsSilenceInFront) {
-    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 25, 1, 40, 24, 44100, 0}).c_str(), 0), 1);
-    FILTER* adjust = filter_built_in(STR_FILTER_AUDIO_POSITION);
-    ASSERT_NE(adjust, nullptr);
-    filter_set_active(adjust, true);
-    adjust->track_values[0] = 5;
-    const int frame = 44100 / 25 * 4;
-    std::vector<uint8_t> first(size_t(frame) * 2, 1), later(size_t(frame) * 2);
-    for (int f = 0; f < 5; ++f) {
-        EXPECT_EQ(audio_fetch(edit, f, 0, 0, first.data(), first.size(), nullptr, AUDIO_FILTERED), frame);
-        EXPECT_EQ(std::count(first.begin(), first.begin() + frame, 0), frame);
-    }
-    EXPECT_EQ(audio_fetch(edit, 0, 0, 0, first.data(), first.size(), nullptr, AUDIO_CONVERTED), frame);
-    EXPECT_EQ(audio_fetch(edit, 5, 0, 0, later.data(), later.size(), nullptr, AUDIO_FILTERED), frame);
-    EXPECT_EQ(std::memcmp(first.data(), later.data(), size_t(frame)), 0);
 }

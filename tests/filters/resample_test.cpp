@@ -1,28 +1,19 @@
 #include "filters/resample.h"
 
-#include <array>
 #include <cmath>
-#include <cstring>
-#include <utility>
 
+#include "filters/picture_fixture.h"
 #include "filters/resample_kernels.h"
-#include "pixels/frame_buffer.h"
-#include "platform/parallel.h"
-#include "platform/simd.h"
-#include "support/frame_test.h"
-#include "support/kernel_test.h"
 
 // ---- a model on plain numbers -------------------------------------------------------------------------------------
 
-using LINE = std::vector<int>;      // samples along the direction of a pass
-using PICTURE = std::vector<LINE>;  // rows of words (3 a pixel) or bytes (2 a pixel)
-enum SAMPLE { WORD_SAMPLE, BYTE_SAMPLE };
+using LINE = std::vector<int>;    // samples along the direction of a pass
+using LINES = std::vector<LINE>;  // rows of words (3 a pixel) or bytes (2 a pixel)
 
-static int clip16(int v) { return v < -32768 ? -32768 : v > 32767 ? 32767 : v; }
-static int clip8(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
+static int clip8(int v) { return std::clamp(v, 0, 255); }
 static int add_all(std::initializer_list<int> terms) {
     int sum = 0;
-    for (const int term : terms) sum = clip16(sum + term);
+    for (const int term : terms) sum = word(sum + term);
     return sum;
 }
 static int product_high(int a, int b) { return int(std::floor(double(a) * b / 65536)); }
@@ -71,16 +62,16 @@ static std::vector<STEP> steps_of(int n, int m, int count) {
     return steps;
 }
 
-static LINE line_fraction(const LINE& line, int m, SAMPLE sample) {
+static LINE line_fraction(const LINE& line, int m) {
     LINE out;
     for (const STEP& step : steps_of(int(line.size()), m, m)) {
         int sum = 0;
         for (int k = 0; k < 3; ++k) {
             const int s = at(line, step.i + k);
-            const int scaled = sample == WORD_SAMPLE ? clip16(clip16(s * 4) + 2) : s << 4;
-            sum = clip16(sum + product_high(scaled, step.w[size_t(k)]));
+            const int scaled = !byte_samples() ? word(word(s * 4) + 2) : s << 4;
+            sum = word(sum + product_high(scaled, step.w[size_t(k)]));
         }
-        out.push_back(sample == WORD_SAMPLE ? sum : clip8((sum + 2) >> 2));
+        out.push_back(!byte_samples() ? sum : clip8((sum + 2) >> 2));
     }
     return out;
 }
@@ -143,189 +134,109 @@ static std::vector<int> plan_of(int size, int wanted) {
     return plan;
 }
 
-static LINE line_pass(const LINE& line, int pass, SAMPLE sample) {
-    return pass == 2 ? line_double(line) : pass == 1 ? line_halve(line) : line_fraction(line, pass - 10, sample);
+static LINE line_pass(const LINE& line, int pass) {
+    return pass == 2 ? line_double(line) : pass == 1 ? line_halve(line) : line_fraction(line, pass - 10);
 }
 
-static LINE row_pass(const LINE& row, int w, int pass, SAMPLE sample) {
-    if (sample == BYTE_SAMPLE)
+static LINE row_pass(const LINE& row, int w, int pass) {
+    if (byte_samples())
         return pass == 2 ? pairs_double(row, w) : pass == 1 ? pairs_halve(row) : pairs_fraction(row, w, pass - 10);
     LINE parts[3];
     for (size_t i = 0; i < row.size(); ++i) parts[i % 3].push_back(row[i]);
-    for (LINE& part : parts) part = line_pass(part, pass, sample);
+    for (LINE& part : parts) part = line_pass(part, pass);
     LINE out;
     for (size_t i = 0; i < parts[0].size() * 3; ++i) out.push_back(parts[i % 3][i / 3]);
     return out;
 }
 
-static PICTURE transposed(const PICTURE& picture) {
-    PICTURE out(picture[0].size(), LINE(picture.size()));
-    for (size_t y = 0; y < picture.size(); ++y)
-        for (size_t x = 0; x < picture[y].size(); ++x) out[x][y] = picture[y][x];
+static LINES transposed(const LINES& lines) {
+    LINES out(lines[0].size(), LINE(lines.size()));
+    for (size_t y = 0; y < lines.size(); ++y)
+        for (size_t x = 0; x < lines[y].size(); ++x) out[x][y] = lines[y][x];
     return out;
 }
 
-static PICTURE model_resize(PICTURE picture, int in_w, int out_w, int out_h, SAMPLE sample) {
+static LINES model_resize(LINES rows, int in_w, int out_w, int out_h) {
     for (const int pass : plan_of(in_w, out_w)) {
-        for (LINE& row : picture) row = row_pass(row, in_w, pass, sample);
+        for (LINE& row : rows) row = row_pass(row, in_w, pass);
         in_w = pass == 2 ? in_w * 2 : pass == 1 ? in_w / 2 : pass - 10;
     }
-    const std::vector<int> plan = plan_of(int(picture.size()), out_h);
-    picture = transposed(picture);
+    const std::vector<int> plan = plan_of(int(rows.size()), out_h);
+    LINES columns = transposed(rows);
     for (const int pass : plan)
-        for (LINE& column : picture) column = line_pass(column, pass, sample);
-    return transposed(picture);
+        for (LINE& column : columns) column = line_pass(column, pass);
+    return transposed(columns);
 }
 
-// ---- frames between canaries --------------------------------------------------------------------------------------
+// ---- whole pictures -----------------------------------------------------------------------------------------------
 
-static constexpr size_t CANARY = 4096;
-
-struct CANARY_FRAME {
-    std::vector<uint8_t> memory;
-    CANARY_FRAME() : memory(frame_geometry.block_size + 2 * CANARY, 0xC5) {}
-    uint8_t* image() { return memory.data() + CANARY + frame_geometry.origin; }
-    void fill(RNG& rng) {
-        uint8_t* block = memory.data() + CANARY;
-        if (frame_geometry.pixel_size == 2)
-            rng_fill(std::span(block, frame_geometry.block_size), rng);
-        else
-            rng_fill(std::span(reinterpret_cast<int16_t*>(block), frame_geometry.block_size / 2), rng);
-    }
-    bool intact() const {
-        const auto canary = [](uint8_t byte) { return byte == 0xC5; };
-        return std::all_of(memory.begin(), memory.begin() + CANARY, canary) &&
-               std::all_of(memory.end() - CANARY, memory.end(), canary);
-    }
-};
-
-static LINE row_read(const uint8_t* row, int w) {
-    LINE line;
-    if (frame_geometry.pixel_size == 2)
-        line.assign(row, row + (w + 1) / 2 * 4);
-    else
-        line.assign(reinterpret_cast<const int16_t*>(row), reinterpret_cast<const int16_t*>(row) + ptrdiff_t{w} * 3);
-    return line;
-}
-
-static PICTURE picture_read(const uint8_t* image, int x, int y, int w, int h) {
-    PICTURE picture;
-    for (int row = y; row < y + h; ++row)
-        picture.push_back(row_read(image + ptrdiff_t{row} * frame_geometry.stride + x * frame_geometry.pixel_size, w));
-    return picture;
-}
-
-struct ResampleTest : testing::TestWithParam<int> {
-    void SetUp() override {
-        frame_geometry = frame_geometry_make(320, 240, GetParam());
-        parallel_set_dispatch(fake_dispatch);
-    }
-    void TearDown() override { parallel_set_dispatch(nullptr); }
-};
+using ResampleTest = PictureTest;
 INSTANTIATE_TEST_SUITE_P(PixelSizes, ResampleTest, testing::Values(6, 2));
 
 struct CASE {
     int out_w, out_h, x, y, in_w, in_h;
 };
 
-static void check_case(const CASE& c, CANARY_FRAME& src, CANARY_FRAME& alt, RNG& rng) {
-    src.fill(rng);
-    alt.fill(rng);
-    const SAMPLE sample = frame_geometry.pixel_size == 2 ? BYTE_SAMPLE : WORD_SAMPLE;
-    const PICTURE want =
-        model_resize(picture_read(src.image(), c.x, c.y, c.in_w, c.in_h), c.in_w, c.out_w, c.out_h, sample);
-    const uint8_t* result = frame_resize(src.image(), c.out_w, c.out_h, c.x, c.y, c.in_w, c.in_h, alt.image());
-    ASSERT_TRUE(result == src.image() || result == alt.image());
-    ASSERT_TRUE(src.intact() && alt.intact());
-    const PICTURE got = picture_read(result, 0, 0, c.out_w, c.out_h);
-    for (size_t y = 0; y < got.size(); ++y)
-        for (size_t i = 0; i < got[y].size(); ++i) ASSERT_EQ(want[y][i], got[y][i]) << "row " << y << " sample " << i;
+static void check_case(const CASE& c, const FRAME& src, const FRAME& alt, RNG& rng) {
+    SCOPED_TRACE(testing::Message() << c.in_w << " x " << c.in_h << " at " << c.x << ", " << c.y << " to " << c.out_w
+                                    << " x " << c.out_h << ", threads " << fake_threads);
+    samples_fill(src.block(), rng);
+    samples_fill(alt.block(), rng);
+    const LINES want = model_resize(picture_read(src.image, c.in_w, c.in_h, c.x, c.y).rows, c.in_w, c.out_w, c.out_h);
+    const uint8_t* result = frame_resize(src.image, c.out_w, c.out_h, c.x, c.y, c.in_w, c.in_h, alt.image);
+    ASSERT_TRUE(result == src.image || result == alt.image);
+    const LINES got = picture_read(result, c.out_w, c.out_h).rows;
+    for (size_t y = 0; y < got.size(); ++y) {
+        const auto at = std::ranges::mismatch(want[y], got[y]);
+        ASSERT_EQ(at.in2 - got[y].begin(), ptrdiff_t(got[y].size())) << "row " << y;
+    }
 }
 
 static int random_size(RNG& rng) { return rng.below(3) ? rng.between(1, 200) : rng.between(1, 9); }
 
 TEST_P(ResampleTest, AgreesWithTheModel) {
-    CANARY_FRAME src;
-    CANARY_FRAME alt;
-    const auto round = [&](RNG& rng, int count) {
-        for (int i = 0; i < count; ++i) {
+    const FRAME src, alt;
+    for_every_form([&](RNG& rng) {
+        for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
             CASE c = {random_size(rng), random_size(rng), 0, 0, random_size(rng), random_size(rng)};
             if (rng.below(2)) c.x = rng.between(0, 320 - c.in_w - 1) & ~1, c.y = rng.between(0, 240 - c.in_h);
             if (rng.below(6) == 0) c.out_w = c.in_w;
             if (rng.below(6) == 0) c.out_h = c.in_h;
-            fake_threads = std::array{1, 2, 7}[rng.below(3)];
-            SCOPED_TRACE(testing::Message() << c.in_w << " x " << c.in_h << " at " << c.x << ", " << c.y << " to "
-                                            << c.out_w << " x " << c.out_h << ", threads " << fake_threads);
+            random_threads(rng);
             check_case(c, src, alt, rng);
-            if (testing::Test::HasFatalFailure()) return;
         }
-    };
-    kernel_for_each_target([&](RNG& rng) { round(rng, 30); });
-    simd_enabled = false;
-    RNG rng(kernel_seed());
-    round(rng, 60);
-    simd_enabled = true;
+    });
 }
 
 TEST_P(ResampleTest, WholeMaximumPicture) {                       // the margin is all there is around it
     frame_geometry = frame_geometry_make(2304, 240, GetParam());  // more positions than one set of taps has
-    CANARY_FRAME src;
-    CANARY_FRAME alt;
+    const FRAME src, alt;
     RNG rng(kernel_seed());
-    const CASE cases[] = {{2303, 240, 0, 0, 2304, 239}, {2304, 240, 0, 0, 1152, 120}, {2304, 240, 0, 0, 1300, 200},
-                          {1300, 130, 0, 0, 2304, 240}, {576, 60, 0, 0, 2304, 240},   {2304, 240, 0, 0, 1, 1},
-                          {1, 1, 0, 0, 2304, 240},      {5, 3, 2296, 232, 8, 8}};
-    for (const CASE& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.in_w << " to " << c.out_w);
+    for (const CASE& c : {CASE{2303, 240, 0, 0, 2304, 239},
+                          {1152, 120, 0, 0, 2304, 240},
+                          {2304, 240, 0, 0, 1300, 200},
+                          {1300, 130, 0, 0, 2304, 240},
+                          {2304, 240, 0, 0, 1, 1},
+                          {1, 1, 0, 0, 2304, 240},
+                          {5, 3, 2296, 232, 8, 8}})
         check_case(c, src, alt, rng);
-    }
 }
 
+// Which of the two pictures holds the result tells it.
 TEST_P(ResampleTest, TakesAsManyPassesAsTheSizesAskFor) {
     frame_geometry = frame_geometry_make(720, 240, GetParam());
-    CANARY_FRAME src;
-    CANARY_FRAME alt;
-    const auto turns = [&](int in_w, int out_w, int x) {
-        const uint8_t* result = frame_resize(src.image(), out_w, 2, x, 0, in_w, 2, alt.image());
-        return result == src.image() ? 0 : 1;
-    };
-    EXPECT_EQ(0, turns(640, 640, 0));  // nothing
-    EXPECT_EQ(1, turns(640, 640, 8));  // a copy
-    EXPECT_EQ(0, turns(640, 320, 0));  // halved in place
-    EXPECT_EQ(0, turns(640, 160, 0));
-    EXPECT_EQ(1, turns(640, 160, 8));  // the first one moves it, the second is in place
-    EXPECT_EQ(1, turns(320, 640, 0));
-    EXPECT_EQ(0, turns(320, 700, 0));  // 640, then 700
-    EXPECT_EQ(1, turns(720, 352, 0));  // 704, then in place
-    EXPECT_EQ(0, turns(0, 352, 0));    // refused
-}
-
-TEST_P(ResampleTest, UnchangedWhenThereIsNothingToDo) {
-    CANARY_FRAME src;
-    CANARY_FRAME alt;
-    RNG rng(kernel_seed());
-    src.fill(rng);
-    const std::vector<uint8_t> before = src.memory;
-    EXPECT_EQ(src.image(), frame_resize(src.image(), 64, 48, 0, 0, 64, 48, alt.image()));
-    EXPECT_EQ(before, src.memory);
-}
-
-TEST(Resample, FlatPictureLosesAtMostTheRounding) {
-    frame_geometry = frame_geometry_make(320, 240, 6);
-    CANARY_FRAME src;
-    CANARY_FRAME alt;
-    const auto lowest = [&](int value, int in_w, int out_w) {
-        std::fill_n(reinterpret_cast<int16_t*>(src.image()), in_w * 3, int16_t(value));
-        const LINE row = row_read(frame_resize(src.image(), out_w, 1, 0, 0, in_w, 1, alt.image()), out_w);
-        EXPECT_GE(value, *std::max_element(row.begin(), row.end()));
-        return value - *std::min_element(row.begin(), row.end());
-    };
-    for (const int value : {-2048, -299, -1, 0, 1, 777, 4096}) {
-        EXPECT_LE(lowest(value, 100, 173), 1) << value;
-        EXPECT_LE(lowest(value, 173, 100), 2) << value;
-        EXPECT_EQ(lowest(value, 200, 50), 0) << value;
-        EXPECT_EQ(lowest(value, 50, 200), 0) << value;
-    }
+    const FRAME src, alt;
+    const struct {
+        int in_w, out_w, x;
+        bool moved;
+    } rows[] = {{640, 640, 0, false},  // nothing
+                {640, 640, 8, true},   // a copy
+                {640, 160, 0, false},  // halved in place
+                {640, 160, 8, true},   // the first one moves it, the second is in place
+                {320, 700, 0, false},  // 640, then 700
+                {720, 352, 0, true}};  // 704, then in place
+    for (const auto& c : rows)
+        EXPECT_EQ(frame_resize(src.image, c.out_w, 2, c.x, 0, c.in_w, 2, alt.image) == alt.image, c.moved) << c.out_w;
 }
 
 // ---- kernels against their definitions, byte by byte and within their rows ----------------------------------------

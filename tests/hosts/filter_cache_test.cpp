@@ -1,53 +1,29 @@
 #include "hosts/filter_cache.h"
 
 #include <csignal>
-#include <cstring>
-#include <memory>
 
-#include "core/edit_state.h"
-#include "core/frame_table.h"
-#include "core/profile.h"
-#include "filter_fixture.h"
-#include "pixels/frame_buffer.h"
-#include "resources/string_ids.h"
+#include "frame_source_fixture.h"
 
-/// An edit of ten frames whose pictures come from a deinterlace method: every word of frame n is n. A chain filter
-/// "add" in front of "user" adds 100, so what comes out of a cache tells how it was made.
-struct FILTER_CACHE_TEST : FILTER_TABLE_TEST {
-    static constexpr int W = 40, H = 30, FRAMES = 10;
-    std::unique_ptr<EDIT_STATE> edit;
+/// Every word of frame n is n. A chain filter "add" in front of "user" adds 100, so what comes out of a cache tells how
+/// it was made.
+struct FILTER_CACHE_TEST : FRAME_SOURCE_TEST {
+    static constexpr int W = 40, H = 30;
     FILTER* add_filter;
-    FILTER* user;
+    inline static FILTER* user;
+    inline static EDIT_STATE* open_edit;
 
-    static void change(FILTER_PROC_PARAM* param, bool add, int value) {
-        auto* image = reinterpret_cast<uint8_t*>(param->image);
-        for (int y = 0; y < param->height; ++y) {
-            auto* row = reinterpret_cast<int16_t*>(image + y * param->line_size);
-            for (int x = 0; x < param->width * 3; ++x) row[x] = int16_t(value + (add ? row[x] : 0));
-        }
+    static int add_100(FILTER*, FILTER_PROC_PARAM* param) {
+        for_samples(param, [](int16_t* at, int, int) { *at = int16_t(*at + 100); });
+        return 1;
     }
     void SetUp() override {
-        FILTER_TABLE_TEST::SetUp();
-        edit = std::make_unique<EDIT_STATE>();
-        edit->edit_flag = EDIT_OPEN;
-        edit->width = W;
-        edit->height = H;
-        edit->frame_n = FRAMES;
-        std::strncpy(edit->profile_name[0], profile_current(), PATH_SIZE - 1);
-        ASSERT_EQ(frame_table_alloc(FRAMES), 1);
-        FILTER method = record("source", FILTER_F_DEINTERLACE_METHOD);
-        method.func_proc = [](FILTER*, FILTER_PROC_PARAM* param) { return change(param, false, param->frame), 1; };
-        add(method);
+        FRAME_SOURCE_TEST::SetUp();
+        width = W, height = H;
+        sample = [](int n, int, int) { return n; };
         FILTER adder = record("add", FILTER_F_ACTIVE);
-        adder.func_proc = [](FILTER*, FILTER_PROC_PARAM* param) { return change(param, true, 100), 1; };
-        add_filter = add(adder);
-        user = add("user", FILTER_F_ACTIVE | FILTER_F_TEMPORAL);
-        start();
-        filter_select(filter_built_in(STR_FILTER_DEINTERLACE), 6);
-    }
-    void TearDown() override {
-        FILTER_TABLE_TEST::TearDown();
-        frame_table_free();
+        adder.func_proc = add_100;
+        start_with({{&add_filter, adder}, {&user, record("user", FILTER_F_ACTIVE | FILTER_F_TEMPORAL)}});
+        open_edit = edit.get();
     }
     int word(const uint8_t* image, int x, int y) const {
         int16_t value;
@@ -114,17 +90,16 @@ TEST_F(FILTER_CACHE_TEST, TakesMemoryOnlyWhileTheFilterIsOn) {
 }
 
 TEST_F(FILTER_CACHE_TEST, IsEmptiedByChangesInFrontOfIt) {
-    FILTER* holder = filter_built_in(STR_FILTER_DEINTERLACE);
     ASSERT_EQ(filter_cache_configure(user, W, H, 2, 0), 1);
     runs({1});
-    filter_notify_update(user, 0);  // its own change leaves its input alone
-    EXPECT_EQ(runs({1}), 0u);
-    filter_notify_update(filter_built_in(STR_FILTER_VOLUME), 0);
-    EXPECT_EQ(runs({1}), 0u);
-    filter_notify_update(add_filter, 0);
-    EXPECT_EQ(runs({1}), 1u);
-    filter_notify_update(holder, 0);
-    EXPECT_EQ(runs({1}), 1u);
+    const std::pair<FILTER*, size_t> rows[] = {{user, 0},  // its own change leaves its input alone
+                                               {filter_built_in(STR_FILTER_VOLUME), 0},
+                                               {add_filter, 1},
+                                               {filter_built_in(STR_FILTER_DEINTERLACE), 1}};
+    for (const auto& [changed, renders] : rows) {
+        filter_notify_update(changed, 0);
+        EXPECT_EQ(runs({1}), renders) << changed->name;
+    }
     filter_chain_rebuild();
     EXPECT_EQ(runs({1}), 1u);
     filter_set_active(add_filter, false);
@@ -132,18 +107,14 @@ TEST_F(FILTER_CACHE_TEST, IsEmptiedByChangesInFrontOfIt) {
 }
 
 TEST_F(FILTER_CACHE_TEST, EndsAtTheSourceInsideItsOwnFill) {
-    static FILTER* cached;
-    static EDIT_STATE* open_edit;
     static int inner;
-    cached = user;
-    open_edit = edit.get();
     ASSERT_EQ(filter_cache_configure(user, W, H, 4, 0), 1);
-    add_filter->func_proc = [](FILTER*, FILTER_PROC_PARAM* param) {
-        const uint8_t* image = filter_cache_read(cached, open_edit, 7);
+    add_filter->func_proc = [](FILTER* filter, FILTER_PROC_PARAM* param) {
+        const uint8_t* image = filter_cache_read(user, open_edit, 7);
         inner = *reinterpret_cast<const int16_t*>(image);
         filter_cache_clear_all();  // leaves a cache alone that is being filled
-        EXPECT_EQ(filter_cache_configure(cached, W, H, 9, 0), 0);
-        return change(param, true, 100), 1;
+        EXPECT_EQ(filter_cache_configure(user, W, H, 9, 0), 0);
+        return add_100(filter, param);
     };
     EXPECT_EQ(read(2), 102);
     EXPECT_EQ(inner, 7);
@@ -151,22 +122,18 @@ TEST_F(FILTER_CACHE_TEST, EndsAtTheSourceInsideItsOwnFill) {
 }
 
 TEST_F(FILTER_CACHE_TEST, SurvivesWhatHappensDuringAFill) {
-    static FILTER* cached;
-    static EDIT_STATE* open_edit;
-    cached = user;
-    open_edit = edit.get();
     ASSERT_EQ(filter_cache_configure(user, W, H, 2, 0), 1);
     // Switched off while its picture is being made: the memory goes when the fill ends.
-    add_filter->func_proc = [](FILTER*, FILTER_PROC_PARAM* param) {
-        filter_set_active(cached, false);
-        return change(param, true, 100), 1;
+    add_filter->func_proc = [](FILTER* filter, FILTER_PROC_PARAM* param) {
+        filter_set_active(user, false);
+        return add_100(filter, param);
     };
     EXPECT_EQ(read(2), -1);
     EXPECT_EQ(user->cache_store, nullptr);
     EXPECT_EQ(user->cache_frame_a, nullptr);
     filter_set_active(user, true);
     // A reader that is abandoned in the midst of a read leaves no fill open.
-    add_filter->func_proc = [](FILTER*, FILTER_PROC_PARAM* param) { return change(param, true, 100), 1; };
+    add_filter->func_proc = add_100;
     user->func_proc = [](FILTER* filter, FILTER_PROC_PARAM*) -> int {
         filter_cache_read(filter, open_edit, 5);
         return 1;

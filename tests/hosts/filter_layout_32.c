@@ -1,119 +1,53 @@
-/* The published sizes and offsets of the plug-in records. Compiled, never run, for a 32-bit machine. */
+/* The published layout of the plug-in records. Compiled, never run, for a 32-bit machine. */
 #include <stddef.h>
 
 #include "vantel_filter.h"
 #include "vantel_input.h"
 #include "vantel_pixel.h"
 
-#define AT(record, field, offset) _Static_assert(offsetof(record, field) == (offset), #record "." #field)
+/* Each record is a list of its fields in order, with their bytes: the real one has every field at the same place. */
+#define BYTES_OF(record, field, bytes) char field[bytes];
+#define SAME_PLACE(record, field, bytes) \
+    _Static_assert(offsetof(record, field) == offsetof(struct PUBLISHED_##record, field), #record "." #field);
+#define SAME_LAYOUT(record)               \
+    struct PUBLISHED_##record {           \
+        record##_FIELDS(BYTES_OF, record) \
+    };                                    \
+    record##_FIELDS(SAME_PLACE, record) _Static_assert(sizeof(record) == sizeof(struct PUBLISHED_##record), #record)
 
+/* clang-format off */
+#define FILTER_FIELDS(X, R) \
+    X(R, flags, 4) X(R, pos_x, 4) X(R, pos_y, 4) X(R, name, 4) X(R, track_count, 4) X(R, track_labels, 4) \
+    X(R, track_defaults, 4) X(R, track_lows, 4) X(R, track_highs, 4) X(R, check_count, 4) X(R, check_labels, 4) \
+    X(R, check_defaults, 4) X(R, func_proc, 4) X(R, func_init, 4) X(R, func_exit, 4) X(R, func_update, 4) \
+    X(R, func_WndProc, 4) X(R, track_values, 4) X(R, check_values, 4) X(R, extra_data, 4) X(R, extra_size, 4) \
+    X(R, info_text, 4) X(R, func_save_start, 4) X(R, func_save_end, 4) X(R, host, 4) X(R, window, 4) X(R, module, 4) \
+    X(R, extra_defaults, 4) X(R, func_is_saveframe, 4) X(R, func_project_load, 4) X(R, func_project_save, 4) \
+    X(R, func_modify_title, 4) X(R, folder_name, 4) X(R, reserved, 8) X(R, menu_index, 4) X(R, main_window, 4) \
+    X(R, active_box, 4) X(R, track_bars, 128) X(R, track_edits, 128) X(R, track_lefts, 128) X(R, track_rights, 128) \
+    X(R, track_names, 128) X(R, check_boxes, 128) X(R, track_store, 128) X(R, check_store, 128) X(R, menu, 4) \
+    X(R, chain_order, 4) X(R, instance, 4) X(R, cache_frame_a, 4) X(R, cache_frame_b, 4) X(R, cache_store, 4) \
+    X(R, cache_width, 4) X(R, cache_height, 4) X(R, cache_depth, 4) X(R, cache_flags, 4) X(R, pixel_size, 4)
+
+#define FILTER_PROC_PARAM_FIELDS(X, R) \
+    X(R, flags, 4) X(R, image, 4) X(R, scratch, 4) X(R, width, 4) X(R, height, 4) X(R, buffer_width, 4) \
+    X(R, buffer_height, 4) X(R, frame, 4) X(R, frame_count, 4) X(R, source_width, 4) X(R, source_height, 4) \
+    X(R, audio, 4) X(R, audio_samples, 4) X(R, audio_channels, 4) X(R, display_pixels, 4) X(R, edit, 4) \
+    X(R, pixel_size, 4) X(R, line_size, 4) X(R, reserved, 32)
+
+#define INPUT_PLUGIN_TABLE_FIELDS(X, R) \
+    X(R, flags, 4) X(R, name, 4) X(R, filefilter, 4) X(R, information, 4) X(R, func_init, 4) X(R, func_exit, 4) \
+    X(R, func_open, 4) X(R, func_close, 4) X(R, func_info_get, 4) X(R, func_read_video, 4) X(R, func_read_audio, 4) \
+    X(R, func_is_keyframe, 4) X(R, func_config, 4) X(R, func_get_audio_position, 4) X(R, reserved, 60)
+
+#define INPUT_MEDIA_INFO_FIELDS(X, R) \
+    X(R, flags, 4) X(R, rate, 4) X(R, scale, 4) X(R, frames, 4) X(R, video_format, 4) X(R, video_format_size, 4) \
+    X(R, audio_samples, 4) X(R, audio_format, 4) X(R, audio_format_size, 4) X(R, video_handler, 4) \
+    X(R, reserved, 28)
+
+/* clang-format on */
+SAME_LAYOUT(FILTER);
+SAME_LAYOUT(FILTER_PROC_PARAM);
+SAME_LAYOUT(INPUT_PLUGIN_TABLE);
+SAME_LAYOUT(INPUT_MEDIA_INFO);
 _Static_assert(sizeof(YC48_PIXEL) == 6, "YC48_PIXEL");
-
-_Static_assert(sizeof(FILTER) == 1220, "FILTER");
-AT(FILTER, flags, 0);
-AT(FILTER, pos_x, 4);
-AT(FILTER, pos_y, 8);
-AT(FILTER, name, 12);
-AT(FILTER, track_count, 16);
-AT(FILTER, track_labels, 20);
-AT(FILTER, track_defaults, 24);
-AT(FILTER, track_lows, 28);
-AT(FILTER, track_highs, 32);
-AT(FILTER, check_count, 36);
-AT(FILTER, check_labels, 40);
-AT(FILTER, check_defaults, 44);
-AT(FILTER, func_proc, 48);
-AT(FILTER, func_init, 52);
-AT(FILTER, func_exit, 56);
-AT(FILTER, func_update, 60);
-AT(FILTER, func_WndProc, 64);
-AT(FILTER, track_values, 68);
-AT(FILTER, check_values, 72);
-AT(FILTER, extra_data, 76);
-AT(FILTER, extra_size, 80);
-AT(FILTER, info_text, 84);
-AT(FILTER, func_save_start, 88);
-AT(FILTER, func_save_end, 92);
-AT(FILTER, host, 96);
-AT(FILTER, window, 100);
-AT(FILTER, module, 104);
-AT(FILTER, extra_defaults, 108);
-AT(FILTER, func_is_saveframe, 112);
-AT(FILTER, func_project_load, 116);
-AT(FILTER, func_project_save, 120);
-AT(FILTER, func_modify_title, 124);
-AT(FILTER, folder_name, 128);
-AT(FILTER, reserved, 132);
-AT(FILTER, menu_index, 140);
-AT(FILTER, main_window, 144);
-AT(FILTER, active_box, 148);
-AT(FILTER, track_bars, 152);
-AT(FILTER, track_edits, 280);
-AT(FILTER, track_lefts, 408);
-AT(FILTER, track_rights, 536);
-AT(FILTER, track_names, 664);
-AT(FILTER, check_boxes, 792);
-AT(FILTER, track_store, 920);
-AT(FILTER, check_store, 1048);
-AT(FILTER, menu, 1176);
-AT(FILTER, chain_order, 1180);
-AT(FILTER, instance, 1184);
-AT(FILTER, cache_frame_a, 1188);
-AT(FILTER, cache_frame_b, 1192);
-AT(FILTER, cache_store, 1196);
-AT(FILTER, cache_width, 1200);
-AT(FILTER, cache_height, 1204);
-AT(FILTER, cache_depth, 1208);
-AT(FILTER, cache_flags, 1212);
-AT(FILTER, pixel_size, 1216);
-
-_Static_assert(sizeof(FILTER_PROC_PARAM) == 104, "FILTER_PROC_PARAM");
-AT(FILTER_PROC_PARAM, flags, 0);
-AT(FILTER_PROC_PARAM, image, 4);
-AT(FILTER_PROC_PARAM, scratch, 8);
-AT(FILTER_PROC_PARAM, width, 12);
-AT(FILTER_PROC_PARAM, height, 16);
-AT(FILTER_PROC_PARAM, buffer_width, 20);
-AT(FILTER_PROC_PARAM, buffer_height, 24);
-AT(FILTER_PROC_PARAM, frame, 28);
-AT(FILTER_PROC_PARAM, frame_count, 32);
-AT(FILTER_PROC_PARAM, source_width, 36);
-AT(FILTER_PROC_PARAM, source_height, 40);
-AT(FILTER_PROC_PARAM, audio, 44);
-AT(FILTER_PROC_PARAM, audio_samples, 48);
-AT(FILTER_PROC_PARAM, audio_channels, 52);
-AT(FILTER_PROC_PARAM, display_pixels, 56);
-AT(FILTER_PROC_PARAM, edit, 60);
-AT(FILTER_PROC_PARAM, pixel_size, 64);
-AT(FILTER_PROC_PARAM, line_size, 68);
-AT(FILTER_PROC_PARAM, reserved, 72);
-
-_Static_assert(sizeof(INPUT_PLUGIN_TABLE) == 116, "INPUT_PLUGIN_TABLE");
-AT(INPUT_PLUGIN_TABLE, flags, 0);
-AT(INPUT_PLUGIN_TABLE, name, 4);
-AT(INPUT_PLUGIN_TABLE, filefilter, 8);
-AT(INPUT_PLUGIN_TABLE, information, 12);
-AT(INPUT_PLUGIN_TABLE, func_init, 16);
-AT(INPUT_PLUGIN_TABLE, func_exit, 20);
-AT(INPUT_PLUGIN_TABLE, func_open, 24);
-AT(INPUT_PLUGIN_TABLE, func_close, 28);
-AT(INPUT_PLUGIN_TABLE, func_info_get, 32);
-AT(INPUT_PLUGIN_TABLE, func_read_video, 36);
-AT(INPUT_PLUGIN_TABLE, func_read_audio, 40);
-AT(INPUT_PLUGIN_TABLE, func_is_keyframe, 44);
-AT(INPUT_PLUGIN_TABLE, func_config, 48);
-AT(INPUT_PLUGIN_TABLE, func_get_audio_position, 52);
-AT(INPUT_PLUGIN_TABLE, reserved, 56);
-
-_Static_assert(sizeof(INPUT_MEDIA_INFO) == 68, "INPUT_MEDIA_INFO");
-AT(INPUT_MEDIA_INFO, flags, 0);
-AT(INPUT_MEDIA_INFO, rate, 4);
-AT(INPUT_MEDIA_INFO, scale, 8);
-AT(INPUT_MEDIA_INFO, frames, 12);
-AT(INPUT_MEDIA_INFO, video_format, 16);
-AT(INPUT_MEDIA_INFO, video_format_size, 20);
-AT(INPUT_MEDIA_INFO, audio_samples, 24);
-AT(INPUT_MEDIA_INFO, audio_format, 28);
-AT(INPUT_MEDIA_INFO, audio_format_size, 32);
-AT(INPUT_MEDIA_INFO, video_handler, 36);
-AT(INPUT_MEDIA_INFO, reserved, 40);

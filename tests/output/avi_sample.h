@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -17,10 +16,10 @@
 #include "output/avi_writer.h"
 #include "output/save_flags.h"
 #include "readers/avi_reader.h"
+#include "support/avi_builder.h"
+#include "support/command.h"
 
 /// What the writer's tests share: files to write to, contexts, and files read back.
-
-using BYTES = std::vector<uint8_t>;
 
 /// A name in memory where the machine has that, since some tests write hundreds of files; removed at the end.
 struct SAMPLE_FILE {
@@ -31,12 +30,8 @@ struct SAMPLE_FILE {
     }
     ~SAMPLE_FILE() { unlink(path.c_str()); }
     BYTES load() const {
-        BYTES bytes;
-        FILE* file = fopen(path.c_str(), "rb");
-        if (!file) return bytes;
-        for (int c = getc(file); c != EOF; c = getc(file)) bytes.push_back(uint8_t(c));
-        fclose(file);
-        return bytes;
+        const std::string bytes = file_bytes(path);
+        return {bytes.begin(), bytes.end()};
     }
 };
 
@@ -71,6 +66,11 @@ inline std::unique_ptr<SAVE_CONTEXT> sample_context() {
     context->video_stream.dwScale = 1001;
     context->video_stream.dwRate = 30000;
     return context;
+}
+
+/// Opens a file by the writer; info: the INFO list.
+inline int sample_open(SAVE_CONTEXT* context, const SAMPLE_FILE& file, uint32_t flags, const BYTES& info = {}) {
+    return avi_open(context, file.path.c_str(), flags, info.data(), info.size());
 }
 
 /// n bytes that few others share, with zeros at the end of long ones, which keeps dumps short.

@@ -2,15 +2,11 @@
 
 #include "avi_sample.h"
 #include "core/edit_fixture.h"
-#include "core/edit_settings.h"
 #include "core/ui_hooks.h"
 #include "resources/language.h"
 #include "resources/string_ids.h"
 
 static std::string told;
-static FILE_DIALOG offered;
-static std::string filter_offered;
-static const char* chosen;  // null: cancelled
 
 struct KeyList : EDIT_FIXTURE {
     std::string path;
@@ -18,14 +14,7 @@ struct KeyList : EDIT_FIXTURE {
         EDIT_FIXTURE::SetUp();
         message_silence(false);
         ui_hooks.warn = [](const char* text) { told += text; };
-        ui_hooks.file_dialog = [](FILE_DIALOG* dialog) {
-            offered = *dialog;
-            filter_offered = dialog->filter;
-            if (chosen) text_copy(dialog->path, PATH_SIZE, chosen);
-            return chosen != nullptr;
-        };
         told.clear();
-        chosen = nullptr;
         path = text_from_utf8(folder / "list.txt");
         system_settings.startframe = 0;
         ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 30, 1, 8, 24, 0, 0}).c_str(), 0), 1);
@@ -79,26 +68,6 @@ TEST_F(KeyList, LinesThatCount) {
         ASSERT_EQ(key_list_import(edit, path.c_str()), 1);
         EXPECT_EQ(marks(), wanted) << list.substr(0, 40);
     }
-}
-
-TEST_F(KeyList, DialogAndExtension) {
-    EXPECT_EQ(key_list_export(edit, nullptr), 0);
-    EXPECT_EQ(offered.path, text_from_utf8(folder / "a.txt"));
-    EXPECT_TRUE(offered.save);
-    EXPECT_EQ(filter_offered, "TextFile (*.txt)");
-    const std::string kept = text_from_utf8(folder / "x.y/list.key");
-    chosen = kept.c_str();
-    EXPECT_EQ(key_list_import(edit, nullptr), 0);
-    EXPECT_STREQ(edit_settings.keyfrext, ".txt");  // nothing was opened
-    std::filesystem::create_directory(folder / "x.y");
-    EXPECT_EQ(key_list_export(edit, nullptr), 1);
-    EXPECT_STREQ(edit_settings.keyfrext, ".key");
-    chosen = nullptr;
-    EXPECT_EQ(key_list_import(edit, nullptr), 0);
-    EXPECT_EQ(offered.path, text_from_utf8(folder / "a.key"));
-    EXPECT_EQ(filter_offered, "AllFile (*.*)");
-    EXPECT_EQ(key_list_export(edit, (kept + "456789abcde").c_str()), 1);  // 15 characters
-    EXPECT_STREQ(edit_settings.keyfrext, ".key");
 }
 
 TEST_F(KeyList, FailuresAreTold) {

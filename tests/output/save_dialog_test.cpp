@@ -4,25 +4,15 @@
 
 #include "core/edit_fixture.h"
 #include "core/ui_hooks.h"
-#include "hosts/filter.h"
 #include "output/save.h"
 #include "output/save_flags.h"
 #include "output/save_name.h"
 #include "readers/codec.h"
 #include "readers/codec_dialog.h"
-#include "resources/string_ids.h"
-#include "support/avi_builder.h"
 
-static constexpr uint32_t XVID = VANTEL_FOURCC('X', 'V', 'I', 'D'), LAGS = VANTEL_FOURCC('L', 'A', 'G', 'S');
+static constexpr uint32_t XVID = VANTEL_FOURCC('X', 'V', 'I', 'D');
 
 static std::function<bool(SAVE_DIALOG*)> use;  // what the user does with the dialog
-
-static std::vector<int> disabled(const SAVE_DIALOG* dialog) {
-    std::vector<int> all;
-    for (int control = 32000; control <= 32406; ++control)
-        if (!save_dialog_enabled(dialog, control)) all.push_back(control);
-    return all;
-}
 
 struct SaveDialog : EDIT_FIXTURE {
     void SetUp() override {
@@ -102,75 +92,7 @@ TEST_F(SaveDialog, TheChosenNameIsWritten) {
     EXPECT_EQ(save_run(edit, 0), 1);
     EXPECT_TRUE(std::filesystem::exists(folder / "out.x.avi"));
     EXPECT_EQ(std::filesystem::file_size(folder / "out.x.wav"), 46u + 44100 * 4 * 5 / 30);  // nothing was asked
-    use = [](SAVE_DIALOG* dialog) {
-        EXPECT_EQ(disabled(dialog), (std::vector{32000, 32200, 32201, 32204, 32300, 32303, 32400, 32406}));
-        return path_set_extension(dialog->path, dialog->path, ".2.wav");
-    };
+    use = [](SAVE_DIALOG* dialog) { return path_set_extension(dialog->path, dialog->path, ".2.wav"); };
     EXPECT_EQ(save_run(edit, SAVE_REQ_WAV), 1);
     EXPECT_TRUE(std::filesystem::exists(folder / "out.x.2.wav"));
-}
-
-TEST_F(SaveDialog, WhatCanBeUsed) {
-    text_copy(edit->output_setting.plugin_name, 256, "plug-in");
-    edit->video_setting.setting_flags = VIDEO_SETTING_COPY;
-    edit->audio_setting.audio_flags = AUDIO_SETTING_COPY;
-    use = [](SAVE_DIALOG* dialog) {
-        EXPECT_FALSE(dialog->video_copy || dialog->audio_copy);
-        EXPECT_EQ(dialog->title, "plug-in");
-        EXPECT_EQ(dialog->filter, std::string("AviFile (*.avi)\0*.avi\0", 22));
-        EXPECT_EQ(disabled(dialog), (std::vector{32000, 32200, 32202, 32203, 32301, 32303}));
-        return false;
-    };
-    save_run(edit, SAVE_REQ_PLUGIN);
-    use = [](SAVE_DIALOG* dialog) {
-        EXPECT_EQ(disabled(dialog), std::vector<int>{});
-        save_dialog_set_no_audio(dialog, true);
-        EXPECT_EQ(disabled(dialog), (std::vector{32203, 32301, 32401}));
-        dialog->edit->base.media_flag &= ~uint32_t{MEDIA_HAS_AUDIO | MEDIA_HAS_VIDEO};
-        dialog->no_audio = false;
-        EXPECT_EQ(disabled(dialog), (std::vector{32200, 32201, 32203, 32204, 32300, 32301}));
-        return false;
-    };
-    save_run(edit, 0);
-}
-
-TEST_F(SaveDialog, TextsFollowTheChoices) {
-    edit->base.video_stream.dwRate = 30000;
-    edit->base.video_stream.dwScale = 1001;
-    edit->base.video_stream.fccHandler = XVID;
-    edit->select_start = 1;
-    edit->select_end = 38;  // 1.27 seconds
-    filter_select(filter_built_in(STR_FILTER_RATE_CHANGE), 1);
-    filter_select(filter_built_in(STR_FILTER_DEINTERLACE), 4);
-    ui_hooks.choose_audio = [](AUDIO_FORMAT_DIALOG* dialog) {
-        const BYTES format = avi_sound_format(1, 1, 11025, 2);
-        std::copy(format.begin(), format.end(), dialog->chosen);
-        return (dialog->chosen_size = int(format.size())) > 0;
-    };
-    use = [](SAVE_DIALOG* dialog) {
-        const auto summary = [&] { return text_to_utf8(save_dialog_summary(dialog)); };
-        const auto video = [&] { return text_to_utf8(save_dialog_video_text(dialog)); };
-        AVI_STREAM_INFO& source = dialog->edit->base.video_stream;
-        EXPECT_EQ(summary(), " 64x48  23.976fps  0:01  -  インターレース解除 : 自動24fps");
-        EXPECT_EQ(video(), "未圧縮");
-        save_dialog_set_video_copy(dialog, true);
-        EXPECT_EQ(summary(), " 64x48  29.970fps  0:01  -  インターレース解除 : なし");
-        EXPECT_EQ(video(), text_to_utf8(codec_name(XVID)));
-        source.dwScale = 3094560;  // 103 seconds a frame
-        source.fccHandler = LAGS;  // decompresses only
-        save_dialog_set_video_copy(dialog, true);
-        EXPECT_EQ(summary(), " 64x48  0.009fps  1:05:19  -  インターレース解除 : なし");
-        EXPECT_EQ(video(), text_to_utf8(codec_name(LAGS)) + " (再圧縮不可)");
-        EXPECT_EQ(save_dialog_audio_text(dialog), "PCM 44.100kHz 2ch");
-        EXPECT_TRUE(save_dialog_choose_audio(dialog));
-        EXPECT_EQ(save_dialog_audio_text(dialog), "PCM 11.025kHz 1ch");
-        save_dialog_set_audio_copy(dialog, true);
-        EXPECT_EQ(save_dialog_audio_text(dialog), "PCM 44.100kHz 2ch");
-        return false;
-    };
-    save_run(edit, 0);
-    EXPECT_EQ(edit->audio_setting.interleave, 1);
-    EXPECT_EQ(edit->audio_setting.audio_flags, uint32_t{AUDIO_SETTING_COPY});
-    EXPECT_EQ(edit->video_setting.setting_flags, VIDEO_SETTING_COPY);
-    EXPECT_EQ(edit->video_setting.handler, XVID);  // moved there by the first tick
 }

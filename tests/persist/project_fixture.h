@@ -25,6 +25,7 @@
 #include "platform/handle.h"
 #include "platform/text.h"
 #include "support/command.h"
+#include "support/track_filter.h"
 
 /// The program with settings, profiles and temporary files of the test's own, and a filter "store" that keeps a block.
 struct PROJECT_HOME {
@@ -64,19 +65,9 @@ struct Project : testing::Test {
         kept.clear();
         given.clear();
         warned.clear();
-        static const int32_t defaults[] = {5}, lows[] = {-1000}, highs[] = {1000};
-        static const char* labels[] = {"t"};
-        FILTER filter{};
-        filter.name = "store";
-        filter.flags = FILTER_F_NO_WINDOW;
-        filter.func_proc = [](FILTER*, FILTER_PROC_PARAM*) { return 1; };
+        FILTER filter = track_filter("store");
         filter.func_project_save = store;
         filter.func_project_load = take;
-        filter.track_count = 1;
-        filter.track_labels = labels;
-        filter.track_defaults = defaults;
-        filter.track_lows = lows;
-        filter.track_highs = highs;
         filter_plugin_add(&filter, this, "", nullptr);
         start();
     }

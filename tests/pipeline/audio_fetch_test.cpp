@@ -14,18 +14,17 @@ using SAMPLES = std::vector<int16_t>;
 /// WAV files of known samples: they open as clips of 30 frames a second.
 struct AudioFetch : EDIT_FIXTURE {
     static constexpr int RATE = 44100, FRAME = RATE / 30;
-    std::vector<std::unique_ptr<TEMP_FILE>> files;
 
-    std::string wave(uint16_t channels, uint32_t rate, uint16_t bits, size_t samples, uint32_t seed) {
+    void open_wave(uint16_t channels, uint32_t rate, uint16_t bits, size_t samples, uint32_t seed, uint32_t flags = 0) {
         const BYTES data = bytes_pattern(samples * channels * bits / 8, seed);
-        files.push_back(
-            std::make_unique<TEMP_FILE>(wave_build(avi_sound_format(1, channels, rate, bits), data), ".wav"));
-        return text_from_utf8(files.back()->path);
+        const std::string name = std::to_string(seed) + ".wav";
+        const std::string path = wave(name.c_str(), avi_sound_format(1, channels, rate, bits), data);
+        ASSERT_EQ(open_file(edit, path.c_str(), flags), 1);
     }
     /// Opens n frames of stereo and returns their samples.
     SAMPLES open_stereo(int n, int more = 0) {
         const size_t samples = size_t(n) * FRAME + size_t(more);
-        EXPECT_EQ(open_file(edit, wave(2, RATE, 16, samples, 7).c_str(), 0), 1);
+        open_wave(2, RATE, 16, samples, 7);
         EXPECT_EQ(edit->frame_n, std::max(n, 1));
         const BYTES bytes = bytes_pattern(samples * 4, 7);
         SAMPLES all(samples * 2);
@@ -49,15 +48,6 @@ struct AudioFetch : EDIT_FIXTURE {
         const auto* first = reinterpret_cast<const uint8_t*>(all.data()) + ptrdiff_t{frame} * FRAME * 4;
         return {first, first + ptrdiff_t{n} * FRAME * 4};
     }
-    BYTES read_all(int first, int last) {
-        audio_reset(edit, first, last);
-        BYTES all;
-        for (int f = first; f <= last; ++f) {
-            const BYTES one = fetch(f, AUDIO_FILTERED);
-            all.insert(all.end(), one.begin(), one.end());
-        }
-        return all;
-    }
 };
 
 TEST_F(AudioFetch, FiltersRunInModeZeroUpToTheStop) {
@@ -69,13 +59,16 @@ TEST_F(AudioFetch, FiltersRunInModeZeroUpToTheStop) {
     EXPECT_EQ(fetch(4, AUDIO_FILTERED, volume), bytes_of(all, 4));
     EXPECT_EQ(fetch(4, AUDIO_CONVERTED), bytes_of(all, 4));
     EXPECT_EQ(fetch(4, AUDIO_STORED), bytes_of(all, 4));
-    EXPECT_EQ(audio_fetch(edit, 4, 0, 0, nullptr, 0, nullptr, AUDIO_RESET), 0);
     // A group of 4 from frame 2 on, in a range that ends at frame 8: 2 .. 5 and 6 .. 8.
     edit->audio_setting.interleave = 4;
     EXPECT_EQ(fetch(2, AUDIO_FILTERED, nullptr, 2, 8), bytes_of(half, 2, 4));
     EXPECT_EQ(fetch(3, AUDIO_FILTERED, nullptr, 2, 8), BYTES());
     EXPECT_EQ(fetch(6, AUDIO_FILTERED, nullptr, 2, 8), bytes_of(half, 6, 3));
     EXPECT_EQ(fetch(10, AUDIO_FILTERED), BYTES());
+    for (const auto& [value, want] : {std::pair{0, 1}, {-3, 1}, {1000, 300}}) {  // up to ten seconds
+        edit->audio_setting.interleave = value;
+        EXPECT_EQ(audio_interleave(edit, &edit->base), want);
+    }
 }
 
 TEST_F(AudioFetch, PositionMovesSoundAgainstPictures) {
@@ -92,14 +85,11 @@ TEST_F(AudioFetch, PositionMovesSoundAgainstPictures) {
     char text[40];
     audio_position_text(edit, text, sizeof text);
     EXPECT_STREQ(text, "-100ms");
-    close_edit(edit);
-    audio_position_text(edit, text, sizeof text);
-    EXPECT_STREQ(text, "ms");
 }
 
 // References before a source's start are silent without any filter seeing them, as wide as what is gathered.
 TEST_F(AudioFetch, SilenceBeforeTheStart) {
-    ASSERT_EQ(open_file(edit, wave(1, 22050, 8, 22050, 3).c_str(), 0), 1);
+    open_wave(1, 22050, 8, 22050, 3);
     turn_on(STR_FILTER_VOLUME, 100);
     frame_table.frame_audio[0] = frame_ref_make(0, -2);
     static int runs;
@@ -112,31 +102,27 @@ TEST_F(AudioFetch, SilenceBeforeTheStart) {
     filter_chain_set_observer(nullptr, nullptr);
     EXPECT_EQ(fetch(0, AUDIO_CONVERTED), BYTES(22050 / 30 * 2, 0));
     EXPECT_EQ(fetch(0, AUDIO_STORED), BYTES(22050 / 30, 0x80));
-    EXPECT_EQ(fetch(1, AUDIO_STORED), [] {
-        const BYTES all = bytes_pattern(22050, 3);
-        return BYTES(all.begin() + 735, all.begin() + 1470);
-    }());
 }
 
-/// An edit whose sound comes from three sources in turn, two of them converted in rate and channels.
-struct AudioCursor : AudioFetch {
-    void open_three() {
-        open_stereo(40);
-        ASSERT_EQ(open_file(edit, wave(1, 22050, 16, 22050, 8).c_str(), OPEN_APPEND), 1);
-        ASSERT_EQ(open_file(edit, wave(2, 48000, 8, 48000 + 777, 9).c_str(), OPEN_APPEND), 1);
-        ASSERT_EQ(edit->frame_n, 100);
-        for (const int f : {12, 13, 14, 50, 51}) frame_entry_copy_sound(f, 80);
-        frame_table.frame_audio[3] = frame_ref_make(1, -1);
-    }
-};
+using AudioCursor = AudioFetch;
 
+// Three sources in turn, two of them converted in rate and channels.
 TEST_F(AudioCursor, SequentialReadsGiveTheWholeExactly) {
-    open_three();
+    open_stereo(40);
+    open_wave(1, 22050, 16, 22050, 8, OPEN_APPEND);
+    open_wave(2, 48000, 8, 48000 + 777, 9, OPEN_APPEND);
+    ASSERT_EQ(edit->frame_n, 100);
+    for (const int f : {12, 13, 14, 50, 51}) frame_entry_copy_sound(f, 80);
+    frame_table.frame_audio[3] = frame_ref_make(1, -1);
     turn_on(STR_FILTER_VOLUME, 31);
-    const BYTES whole = read_all(1, 98);
+    audio_reset(edit, 1, 98);
+    BYTES whole, got;
+    for (int f = 1; f <= 98; ++f) {
+        const BYTES one = fetch(f, AUDIO_FILTERED);
+        whole.insert(whole.end(), one.begin(), one.end());
+    }
     ASSERT_EQ(audio_cursor_open(edit, 1, 98), int(whole.size() / 4));
     RNG rng(kernel_seed());
-    BYTES got;
     for (int at = 0, n, bytes; size_t(at) * 4 < whole.size(); at += n) {
         n = rng.below(4) ? rng.between(1, 3000) : rng.between(20000, 60000);
         const uint8_t* samples = audio_cursor_read(edit, at, &n, &bytes);
@@ -163,9 +149,6 @@ TEST_F(AudioCursor, JumpsGiveTheSameSamples) {
         ASSERT_EQ(std::memcmp(samples, all.data() + (FRAME + first) * 2, size_t(bytes)), 0) << at << " " << wish;
     }
     audio_cursor_close();
-    int n = 100, bytes;
-    audio_cursor_read(edit, 0, &n, &bytes);
-    EXPECT_EQ(n, 0);
 }
 
 TEST_F(AudioCursor, TheBufferBoundsWhatIsGiven) {
@@ -190,7 +173,6 @@ TEST_F(AudioCursor, TheBufferBoundsWhatIsGiven) {
     int at = 0;
     while (at < total) at = check(at, 300000);
     EXPECT_EQ(at, total);
-    check(half + half / 2, 1000);
     check(half - 500, 1000);
     check(half + 9000, half);
     audio_cursor_close();

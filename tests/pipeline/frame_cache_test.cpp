@@ -54,29 +54,11 @@ TEST_F(FrameCache, RerankPutsLowReferencesFirst) {
 
 TEST_F(FrameCache, AnotherSizeIsBroughtToTheEdit) {
     open(4);
-    ASSERT_EQ(open_file(edit, clip("b.avi", {128, 96, 30, 1, 2, 24, 0, 0}).c_str(), OPEN_APPEND), 1);
-    const auto* small = reinterpret_cast<const YC48_PIXEL*>(frame_cache_get(edit, 4, 0));
-    MEDIA_RECORD* media = &edit->source[1].media;
-    EXPECT_EQ(media->media_width, 128);
+    ASSERT_EQ(open_file(edit, clip("b.avi", {64, 96, 30, 1, 2, 24, 0, 0}).c_str(), OPEN_APPEND), 1);
+    const uint8_t* image = frame_cache_get(edit, 4, 0);
     // Halving takes means: a white flash frame stays white in the middle.
-    EXPECT_NEAR(small[20 * (frame_geometry.stride / 6) + 40].y, 3856, 4);
-}
-
-TEST_F(FrameCache, RenderedPictureIsWhatWasRead) {
-    open(8);
-    edit->frame = 3;
-    ASSERT_EQ(render_current(edit), 1);
-    EXPECT_EQ(edit->out_width, 64);
-    const uint8_t* shown = display_convert(edit, 0);
-    EXPECT_EQ(handle_get(edit->shown_pixels), shown);
-    EXPECT_EQ(edit->shown_header.biBitCount, 24);
-    EXPECT_EQ(edit->shown_header.biSizeImage, 64u * 48 * 3);
-    EXPECT_EQ(std::memcmp(shown, media_read_frame(&edit->source[0].media, 3), 64 * 48 * 3), 0);
-    display_convert(edit, VANTEL_FOURCC('Y', 'C', '4', '8'));
-    EXPECT_EQ(edit->shown_header.biBitCount, 48);
-    edit->edit_flag &= ~uint32_t{EDIT_OPEN};
-    EXPECT_EQ(render_current(edit), 0);
-    edit->edit_flag |= EDIT_OPEN;
+    for (const int y : {4, 20, 36})
+        EXPECT_NEAR(reinterpret_cast<const YC48_PIXEL*>(image + y * frame_geometry.stride)[40].y, 3856, 4) << y;
 }
 
 TEST_F(FrameCache, PaintingKeepsFlagsAndFetchesTheWave) {

@@ -6,15 +6,11 @@
 #include "core/edit_state.h"
 #include "core/frame_table.h"
 #include "core/settings.h"
+#include "filters/picture_fixture.h"
 #include "hosts/filter.h"
 #include "pipeline/field_metric.h"
 #include "pipeline/frame_cache.h"
-#include "pixels/frame_buffer.h"
-#include "platform/parallel.h"
-#include "platform/simd.h"
 #include "resources/string_ids.h"
-#include "support/frame_test.h"
-#include "support/kernel_test.h"
 
 // ---- a model of the counts, one sample at a time
 
@@ -22,8 +18,6 @@ struct MODEL_COUNTS {
     int moved, comb, comb_before;
 };
 
-static int word(int v) { return v < -32768 ? -32768 : v > 32767 ? 32767 : v; }
-static int size_of(int v) { return v >= 0 ? v : -1 - v; }
 static bool comb_model(int w0, int w1, int w2, int w3, int limit) {
     int x = word(w0 - w1), y = word(w2 - w3);
     if (w1 < w2) x = -x - 1, y = -y - 1;
@@ -31,14 +25,10 @@ static bool comb_model(int w0, int w1, int w2, int w3, int limit) {
 }
 
 static MODEL_COUNTS model_of(const uint8_t* now, const uint8_t* before, int w, int h, int margin, int s, bool top) {
-    const bool bytes = frame_geometry.pixel_size == 2;
+    const bool bytes = byte_samples();
     int g = margin;
     if (w < 2 * g + 32 || h < 2 * g + 32) g = std::max(0, std::min(w, h) / 2 - 16);
     const int first = g / 8 * 8;
-    const auto at = [&](const uint8_t* image, int row, int i) -> int {
-        const uint8_t* start = image + ptrdiff_t{row} * frame_geometry.stride;
-        return bytes ? start[i] : reinterpret_cast<const int16_t*>(start)[i];
-    };
     MODEL_COUNTS n = {};
     const int unit = bytes ? 2 : 3;
     for (int k = 0; k < (h - 2 * g - 4) / 2; ++k) {
@@ -46,78 +36,53 @@ static MODEL_COUNTS model_of(const uint8_t* now, const uint8_t* before, int w, i
         for (int i = first * unit; i < (w - first) * unit; ++i) {
             const int limit = !bytes ? s * 4 + 64 : (s + 16) * (i % 2 ? 896 : 876) / 4080;
             const int below = bytes ? -1 - limit : -limit;
-            const int a = at(now, r - 1, i), b = at(now, r, i), g1 = at(now, r + 1, i), e = at(before, r, i);
+            const int a = frame_get(now, r - 1, i), b = frame_get(now, r, i), g1 = frame_get(now, r + 1, i),
+                      e = frame_get(before, r, i);
             if (size_of(word(b - e)) <= limit) continue;
             ++n.moved;
-            n.comb += comb_model(a, b, g1, at(now, r + 2, i), below);
-            n.comb_before += comb_model(a, e, g1, at(before, r + 2, i), below);
+            n.comb += comb_model(a, b, g1, frame_get(now, r + 2, i), below);
+            n.comb_before += comb_model(a, e, g1, frame_get(before, r + 2, i), below);
         }
     }
     return n;
 }
 
 // Besides anything at all, steps of exactly the limits and their neighbours.
-static void fill_row(std::span<uint8_t> row, int limit, RNG& rng) {
-    const bool bytes = frame_geometry.pixel_size == 2;
-    const std::span<int16_t> words(reinterpret_cast<int16_t*>(row.data()), row.size() / 2);
-    if (rng.below(3) == 0) return bytes ? rng_fill(row, rng) : rng_fill(words, rng);
-    const auto value = [&] { return int(rng.below(3)) * limit + rng.between(-1, 1); };
-    for (uint8_t& v : row) v = uint8_t(value());
-    if (bytes) return;
-    for (int16_t& v : words) v = int16_t(value());
-}
-
 static void fill_picture(uint8_t* image, int w, int h, int threshold, RNG& rng) {
-    const int size = frame_geometry.pixel_size;
-    const int limit = size == 6 ? threshold * 4 + 64 : (threshold + 16) * 876 / 4080;
-    for (int row = 0; row < h; ++row)
-        fill_row({image + ptrdiff_t{row} * frame_geometry.stride, size_t(w) * size_t(size)}, limit, rng);
+    const int limit = byte_samples() ? (threshold + 16) * 876 / 4080 : threshold * 4 + 64;
+    frame_fill(image, h, rng);
+    for (int row = 0; row < h; ++row) {
+        if (rng.below(3) == 0) continue;
+        for (int i = 0; i < samples_of(w); ++i)
+            frame_put(image, row, i, int(rng.below(3)) * limit + rng.between(-1, 1));
+    }
 }
 
-static void expect_counts(const MODEL_COUNTS& want, const FIELD_COUNTS& got) {
-    EXPECT_EQ(want.moved, int(got.moved));
-    EXPECT_EQ(want.comb, int(got.comb));
-    EXPECT_EQ(want.comb_before, int(got.comb_before));
-}
-
-struct FieldMetric : testing::TestWithParam<int> {
-    uint8_t* picture[2] = {};
-    void SetUp() override {
-        frame_geometry = frame_geometry_make(720, 480, GetParam());
-        for (uint8_t*& image : picture) ASSERT_NE(image = frame_buffer_new(), nullptr);
-        parallel_set_dispatch(fake_dispatch);
-    }
-    void TearDown() override {
-        parallel_set_dispatch(nullptr);
-        for (uint8_t* image : picture) frame_buffer_free(image);
-    }
-    void check(int w, int h, RNG& rng) {
-        const int margin = int(rng.below(3) ? rng.below(40) : rng.below(257)), threshold = int(rng.below(257));
-        const bool top = rng.below(2);
-        for (uint8_t* image : picture) fill_picture(image, w, h, threshold, rng);
-        const MODEL_COUNTS want = model_of(picture[0], picture[1], w, h, margin, threshold, top);
-        for (const int threads : {1, 2, 7}) {
-            SCOPED_TRACE(testing::Message() << w << " x " << h << " margin " << margin << " threads " << threads);
-            fake_threads = threads;
-            expect_counts(want, field_metric(picture[0], picture[1], field_area(w, h, margin, top),
-                                             field_limits(threshold, frame_geometry.pixel_size)));
-        }
-    }
-    void check_all(RNG& rng) {
-        static constexpr int SIZES[][2] = {{33, 35}, {101, 67}, {31, 9}, {47, 4}, {3, 64}, {1, 1}, {65, 200}};
-        for (int round = 0; round < 20; ++round)
-            for (const auto& size : SIZES) check(size[0], size[1], rng);
-        check(720, 480, rng);
-    }
-};
+using FieldMetric = PictureTest;
 INSTANTIATE_TEST_SUITE_P(PixelSizes, FieldMetric, testing::Values(6, 2));
 
 TEST_P(FieldMetric, AgreesWithTheModel) {
-    kernel_for_each_target([&](RNG& rng) { check_all(rng); });
-    RNG rng(kernel_seed());
-    simd_enabled = false;
-    check_all(rng);
-    simd_enabled = true;
+    frame_geometry = frame_geometry_make(720, 480, GetParam());
+    const FRAME now, before;
+    const auto check = [&](int w, int h, RNG& rng) {
+        const int margin = int(rng.below(3) ? rng.below(40) : rng.below(257)), threshold = int(rng.below(257));
+        const bool top = rng.below(2);
+        for (const FRAME* frame : {&now, &before}) fill_picture(frame->image, w, h, threshold, rng);
+        random_threads(rng);
+        SCOPED_TRACE(testing::Message() << w << " x " << h << " margin " << margin << " threads " << fake_threads);
+        const MODEL_COUNTS want = model_of(now.image, before.image, w, h, margin, threshold, top);
+        const FIELD_COUNTS got = field_metric(now.image, before.image, field_area(w, h, margin, top),
+                                              field_limits(threshold, frame_geometry.pixel_size));
+        EXPECT_EQ(want.moved, int(got.moved));
+        EXPECT_EQ(want.comb, int(got.comb));
+        EXPECT_EQ(want.comb_before, int(got.comb_before));
+    };
+    for_every_form([&](RNG& rng) {
+        for (int round = 0; round < 40; ++round)
+            for (const auto& [w, h] : {std::pair{33, 35}, {101, 67}, {31, 9}, {47, 4}, {3, 64}, {1, 1}, {65, 200}})
+                check(w, h, rng);
+        check(720, 480, rng);
+    });
 }
 
 // Worked by hand, so that model and kernels cannot share a misreading. Limits 64 and -64.
@@ -224,13 +189,9 @@ TEST_F(FrameSchedule, MeasuresWithTheSettings) {
             EXPECT_EQ(frame_table.frame_field_metric[5] >> 16, uint32_t(want.comb_before));
             EXPECT_EQ(frame_table.frame_flag[5], FRAME_DROP | FRAME_METRIC_DONE);
         }
+    // Counts that do not fit stay at the largest ones.
     for (int row = 0; row < h; ++row)
-        for (int i = 0; i < w * 3; ++i) {
-            const auto set = [&](uint8_t* image, int v) {
-                reinterpret_cast<int16_t*>(image + ptrdiff_t{row} * frame_geometry.stride)[i] = int16_t(v);
-            };
-            set(cur, row % 2 * 4000), set(prev, row % 2 * 8000);
-        }
+        for (int i = 0; i < w * 3; ++i) frame_put(cur, row, i, row % 2 * 4000), frame_put(prev, row, i, row % 2 * 8000);
     clear_analysis(edit.get());
     method->track_store[1] = 0;
     filter_select(filter_built_in(STR_FILTER_FIELD_ORDER), 1);
@@ -244,12 +205,12 @@ TEST_F(FrameSchedule, ParityFollowsTheRules) {
         metric(20, low, high, diff);
         return parity(20);
     };
-    EXPECT_EQ(single(465, 100, 8), FRAME_FIELD_ODD);  // clearly more
-    EXPECT_EQ(single(100, 465, 8), 0);
-    EXPECT_EQ(single(464, 100, 1600), FRAME_FIELD_ODD);  // 464 > 400 > 100
-    EXPECT_EQ(single(100, 464, 1600), 0);
-    EXPECT_EQ(single(60, 50, 0), FRAME_FIELD_ODD);  // nothing else tells
-    EXPECT_EQ(single(50, 60, 0), 0);
+    for (const auto& [more, less, diff] : {std::array{465u, 100u, 8u},  // clearly more
+                                           {464u, 100u, 1600u},         // 464 > 400 > 100
+                                           {60u, 50u, 0u}}) {           // nothing else tells
+        EXPECT_EQ(single(more, less, diff), FRAME_FIELD_ODD) << more;
+        EXPECT_EQ(single(less, more, diff), 0) << more;
+    }
     // Each neighbourhood of a pattern alone. The frame itself is undecided and leans to the other side.
     const auto around = [&](std::initializer_list<int> low, std::initializer_list<int> high, bool odd) {
         for (int f = 18; f <= 22; ++f) metric(f, 0, 0, 400);
@@ -360,45 +321,37 @@ TEST_F(FrameSchedule, IndexLeadsToTheFrame) {
         mode(m);
         SCOPED_TRACE(m);
         const std::vector<int> want = output(7), other = output(12);
-        const auto expect = [&](int i) { EXPECT_EQ(output_frame_of(edit.get(), i, 7), want[size_t(i)]); };
         const int n = int(want.size());
-        for (int i = 0; i < n; ++i) expect(i);
-        for (int i = n - 1; i >= 0; --i) expect(i), expect(i);
-        for (int i = 0; i < int(other.size()); ++i) {
-            expect(i);
-            EXPECT_EQ(output_frame_of(edit.get(), i, 12), other[size_t(i)]);
+        RNG rng(kernel_seed());
+        for (int i = 0; i < 400; ++i) {  // onwards and back, in one output and now and then in the other
+            const int at = i < n ? i : i < 2 * n ? 2 * n - 1 - i : int(rng.below(uint32_t(n)));
+            EXPECT_EQ(output_frame_of(edit.get(), at, 7), want[size_t(at)]);
+            if (i % 3) continue;
+            const int place = std::min(at, int(other.size()) - 1);
+            EXPECT_EQ(output_frame_of(edit.get(), place, 12), other[size_t(place)]);
         }
-        for (const int i : {n - 1, 1, n - 2, 2, 5}) expect(i);
         EXPECT_GE(output_frame_of(edit.get(), n, 7), edit->frame_n - 1);
         EXPECT_GE(output_frame_of(edit.get(), 1 << 30, 7), edit->frame_n - 1);
     }
 }
 
 TEST_F(FrameSchedule, RateAndScale) {
-    static constexpr double FACTORS[] = {1, 0.8, 0.6666666666666666, 0.5, 0.4, 1.0 / 3};
     auto context = std::make_unique<MEDIA_RECORD>();
-    const auto scaled = [&](uint32_t rate, uint32_t scale) {
-        context->video_stream.dwRate = rate, context->video_stream.dwScale = scale;
-        EXPECT_EQ(save_scale_rate(edit.get(), context.get(), 17), output_frame_count(17));
-        return std::pair(context->video_stream.dwRate, context->video_stream.dwScale);
-    };
     using PAIR = std::pair<uint32_t, uint32_t>;
-    static constexpr struct {
-        PAIR ntsc, pal, fine;  // of 30000 / 1001, 25 / 1, 29971 / 1000000
-    } EXPECTED[] = {{{30000, 1001}, {25, 1}, {29971, 1000000}}, {{24000, 1001}, {20, 1}, {23976, 1000000}},
-                    {{20000, 1001}, {50, 3}, {19980, 1000000}}, {{15000, 1001}, {25, 2}, {14985, 1000000}},
-                    {{12000, 1001}, {10, 1}, {11988, 1000000}}, {{10000, 1001}, {25, 3}, {9990, 1000000}}};
-    RNG rng(kernel_seed());
+    const auto scaled = [&](PAIR from) {
+        context->video_stream.dwRate = from.first, context->video_stream.dwScale = from.second;
+        EXPECT_EQ(save_scale_rate(edit.get(), context.get(), 17), output_frame_count(17));
+        return PAIR(context->video_stream.dwRate, context->video_stream.dwScale);
+    };
+    const PAIR sources[] = {{30000, 1001}, {25, 1}, {29971, 1000000}};
+    static constexpr PAIR EXPECTED[6][3] = {
+        {{30000, 1001}, {25, 1}, {29971, 1000000}}, {{24000, 1001}, {20, 1}, {23976, 1000000}},
+        {{20000, 1001}, {50, 3}, {19980, 1000000}}, {{15000, 1001}, {25, 2}, {14985, 1000000}},
+        {{12000, 1001}, {10, 1}, {11988, 1000000}}, {{10000, 1001}, {25, 3}, {9990, 1000000}}};
     for (int m = 0; m < 6; ++m) {
         mode(m);
-        EXPECT_EQ(scaled(30000, 1001), EXPECTED[m].ntsc);
-        EXPECT_EQ(scaled(25, 1), EXPECTED[m].pal);
-        EXPECT_EQ(scaled(29971, 1000000), EXPECTED[m].fine);
-        for (int i = 0; i < 2000; ++i) {
-            const uint32_t rate = rng.below(3) ? rng.below(1000) * 30 : rng.below(0x7FFFFFFF);
-            EXPECT_EQ(scaled(rate, 1000000).first, uint32_t(rate * FACTORS[m])) << rate;
-        }
+        for (size_t i = 0; i < 3; ++i) EXPECT_EQ(scaled(sources[i]), EXPECTED[m][i]) << m;
     }
     mode(1);
-    EXPECT_EQ(scaled(29971, 999999), PAIR(119884, 4999995));
+    EXPECT_EQ(scaled({29971, 999999}), PAIR(119884, 4999995));
 }

@@ -1,6 +1,7 @@
 // The formulas of the conversions once more, by other means than the kernels' (wide integers, floor in floating point),
 // against the scalar definitions on random input.
 
+#include <array>
 #include <cmath>
 #include <ostream>
 #include <vector>
@@ -100,70 +101,59 @@ TEST_F(ConvertModel, RgbInTwoByteMode) {
     }
 }
 
-static int luma_model(int s) { return model_mulhi(s * 64, 19152) - 299; }
-static int chroma_model(int s) { return model_mulhi(s * 64, 18725) - 2340; }
-static uint8_t luma_byte_model(int v) { return model_byte(model_shift(model_mulhi(model_word(v + 301), 14016), 2)); }
-static uint8_t chroma_byte_model(int v) { return model_byte(model_shift(model_mulhi(model_word(v + 2350), 14336), 2)); }
+// One pixel of a pair, and a pair of two pixels, by each of the two matrices.
+using FROM_YUY2 = YC48_PIXEL (*)(int s, int u, int v);
+using TO_YUY2 = std::array<uint8_t, 4> (*)(YC48_PIXEL even, YC48_PIXEL odd);
 
-TEST_F(ConvertModel, Yuy2) {
-    constexpr int PAIRS = 5000;
-    std::vector<uint8_t> in(PAIRS * 4), bytes(PAIRS * 4);
-    for (uint8_t& byte : in) byte = uint8_t(rng.below(256));
-    std::vector<YC48_PIXEL> row(PAIRS * 2);
-    yuy2_row_to_yc48_ref(row.data(), in.data(), PAIRS);
-    for (int i = 0; i < PAIRS; ++i) {
-        const uint8_t* p = &in[size_t(i) * 4];
-        const uint8_t* next = i + 1 < PAIRS ? p + 4 : p;
-        const auto mean = [](int a, int b) { return int16_t(model_shift(chroma_model(a) + chroma_model(b), 1)); };
-        ASSERT_EQ(row[size_t(i) * 2], (YC48_PIXEL{int16_t(luma_model(p[0])), mean(p[1], p[1]), mean(p[3], p[3])})) << i;
-        ASSERT_EQ(row[size_t(i) * 2 + 1],
-                  (YC48_PIXEL{int16_t(luma_model(p[2])), mean(p[1], next[1]), mean(p[3], next[3])}))
-            << i;
-    }
-    row = random_pixels(row.size(), rng);
-    yc48_row_to_yuy2_ref(bytes.data(), row.data(), PAIRS);
-    for (size_t i = 0; i < PAIRS; ++i) {
-        ASSERT_EQ(bytes[i * 4], luma_byte_model(row[i * 2].y)) << i;
-        ASSERT_EQ(bytes[i * 4 + 1], chroma_byte_model(row[i * 2].cb)) << i;
-        ASSERT_EQ(bytes[i * 4 + 2], luma_byte_model(row[i * 2 + 1].y)) << i;
-        ASSERT_EQ(bytes[i * 4 + 3], chroma_byte_model(row[i * 2].cr)) << i;
-    }
+static YC48_PIXEL from_601(int s, int u, int v) {
+    const auto chroma = [](int c) { return int16_t(model_mulhi(c * 64, 18725) - 2340); };
+    return {int16_t(model_mulhi(s * 64, 19152) - 299), chroma(u), chroma(v)};
 }
-
-static YC48_PIXEL from_yuy2_model(int s, int u, int v) {
+static std::array<uint8_t, 4> to_601(YC48_PIXEL even, YC48_PIXEL odd) {
+    const auto byte = [](int v, int scale) { return model_byte(model_shift(model_mulhi(model_word(v), scale), 2)); };
+    return {byte(even.y + 301, 14016), byte(even.cb + 2350, 14336), byte(odd.y + 301, 14016),
+            byte(even.cr + 2350, 14336)};
+}
+static YC48_PIXEL from_709(int s, int u, int v) {
     const int y = s * 64 - 1022, uc = u * 64 - 8192, vc = v * 64 - 8192;
     return {int16_t(model_mulhi(y, 19152) + model_mulhi(uc, 1902) + model_mulhi(vc, 3672)),
             int16_t(model_mulhi(uc, 18534) + model_mulhi(vc, -2082)),
             int16_t(model_mulhi(uc, -1345) + model_mulhi(vc, 18416))};
 }
+static std::array<uint8_t, 4> to_709(YC48_PIXEL even, YC48_PIXEL odd) {
+    const int colour = model_mulhi(even.cb, -1655) + model_mulhi(even.cr, -2980) + 67;
+    const auto byte = [](int sum) { return model_byte(model_shift(sum, 2)); };
+    return {
+        byte(model_mulhi(even.y, 14016) + colour), byte(model_mulhi(even.cb, 14602) + model_mulhi(even.cr, 1642) + 514),
+        byte(model_mulhi(odd.y, 14016) + colour), byte(model_mulhi(even.cb, 1076) + model_mulhi(even.cr, 14699) + 514)};
+}
 
-TEST_F(ConvertModel, Yuy2Of709) {
+template <typename TO, typename FROM>
+static void expect_yuy2(TO to_yc48, FROM to_yuy2, FROM_YUY2 from_model, TO_YUY2 to_model, RNG& rng) {
     constexpr size_t PAIRS = 5000;
     std::vector<uint8_t> in(PAIRS * 4), bytes(PAIRS * 4);
     for (uint8_t& byte : in) byte = uint8_t(rng.below(256));
     std::vector<YC48_PIXEL> row(PAIRS * 2);
-    yuy2_709_row_to_yc48_ref(row.data(), in.data(), int(PAIRS));
+    to_yc48(row.data(), in.data(), int(PAIRS));
     for (size_t i = 0; i < PAIRS; ++i) {
         const uint8_t* p = &in[i * 4];
         const uint8_t* n = i + 1 < PAIRS ? p + 4 : p;
-        const YC48_PIXEL even = from_yuy2_model(p[0], p[1], p[3]), next = from_yuy2_model(n[0], n[1], n[3]);
+        const YC48_PIXEL even = from_model(p[0], p[1], p[3]), next = from_model(n[0], n[1], n[3]);
         ASSERT_EQ(row[i * 2], even) << i;
         ASSERT_EQ(row[i * 2 + 1],
-                  (YC48_PIXEL{from_yuy2_model(p[2], p[1], p[3]).y, int16_t(model_shift(even.cb + next.cb, 1)),
+                  (YC48_PIXEL{from_model(p[2], p[1], p[3]).y, int16_t(model_shift(even.cb + next.cb, 1)),
                               int16_t(model_shift(even.cr + next.cr, 1))}))
             << i;
     }
-    row = random_pixels(PAIRS * 2, rng);
-    yc48_row_to_yuy2_709_ref(bytes.data(), row.data(), int(PAIRS));
-    for (size_t i = 0; i < PAIRS; ++i) {
-        const int cb = row[i * 2].cb, cr = row[i * 2].cr;
-        const auto byte = [](int sum) { return model_byte(model_shift(sum, 2)); };
-        const int colour = model_mulhi(cb, -1655) + model_mulhi(cr, -2980) + 67;
-        ASSERT_EQ(bytes[i * 4], byte(model_mulhi(row[i * 2].y, 14016) + colour)) << i;
-        ASSERT_EQ(bytes[i * 4 + 1], byte(model_mulhi(cb, 14602) + model_mulhi(cr, 1642) + 514)) << i;
-        ASSERT_EQ(bytes[i * 4 + 2], byte(model_mulhi(row[i * 2 + 1].y, 14016) + colour)) << i;
-        ASSERT_EQ(bytes[i * 4 + 3], byte(model_mulhi(cb, 1076) + model_mulhi(cr, 14699) + 514)) << i;
-    }
+    row = random_pixels(row.size(), rng);
+    to_yuy2(bytes.data(), row.data(), int(PAIRS));
+    for (size_t i = 0; i < PAIRS * 4; ++i)
+        ASSERT_EQ(bytes[i], to_model(row[i / 4 * 2], row[i / 4 * 2 + 1])[i % 4]) << i;
+}
+
+TEST_F(ConvertModel, Yuy2OfBothMatrices) {
+    ASSERT_NO_FATAL_FAILURE(expect_yuy2(yuy2_row_to_yc48_ref, yc48_row_to_yuy2_ref, from_601, to_601, rng));
+    expect_yuy2(yuy2_709_row_to_yc48_ref, yc48_row_to_yuy2_709_ref, from_709, to_709, rng);
 }
 
 /// Rows y, cb, cr of a matrix; columns likewise.

@@ -7,7 +7,7 @@
 #include "pixels/yc48_709_row.h"
 #include "pixels/yuy2_709_row.h"
 #include "pixels/yuy2_row.h"
-#include "platform/parallel.h"
+#include "support/frame_test.h"
 #include "support/kernel_test.h"
 
 // Whole pictures: where rows lie, which bytes are written, how the work is shared. The arithmetic has tests of its own.
@@ -61,10 +61,10 @@ static const PICTURE_CASE CASES[] = {
     {"frame_to_yuy2 2", 2, false, false, frame_to_yuy2, copy_pairs, pair_stride},
 };
 
-static int fake_threads = 1, dispatches = 0;
-static void fake_dispatch(PARALLEL_FUNC func, void* data) {
+static int dispatches = 0;
+static void counted_dispatch(PARALLEL_FUNC func, void* data) {
     ++dispatches;
-    for (int i = fake_threads - 1; i >= 0; --i) func(i, fake_threads, data);
+    fake_dispatch(func, data);
 }
 
 /// Converts a random picture and one more time row by row; compares all memory of the side that is written.
@@ -95,7 +95,7 @@ static void picture_check(const PICTURE_CASE& c, int w, int h, RNG& rng) {
 
 struct ConvertPicture : testing::Test {
     RNG rng{kernel_seed()};
-    void SetUp() override { parallel_set_dispatch(fake_dispatch); }
+    void SetUp() override { parallel_set_dispatch(counted_dispatch); }
     void TearDown() override {
         parallel_set_dispatch(nullptr);
         yuy2_limit = false;

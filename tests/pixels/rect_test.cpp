@@ -63,17 +63,6 @@ TEST_P(RectTest, CopyRowsDoublesAField) {
     EXPECT_EQ(want, frame);
 }
 
-TEST_P(RectTest, FillBlank) {
-    for (const int h : {1, 31, 77}) {
-        std::vector<uint8_t> frame = block();
-        std::vector<uint8_t> want = frame;
-        for (int row = 0; row < h; ++row)
-            for (int i = 0; i < width_bytes(21); ++i) want[place(row, i)] = GetParam() == 2 && i % 2 ? 128 : 0;
-        frame_fill_blank(image(frame), 21, h);
-        ASSERT_EQ(want, frame);
-    }
-}
-
 TEST_P(RectTest, PadEdges) {
     for (int round = 0; round < 80; ++round) {
         const int w = round == 0 ? 1 : rng.between(1, 40);
@@ -124,20 +113,6 @@ TEST_P(RectTest, BlendRowsMixesInsideOnlyAndKeepsTheEnds) {
         }
     frame_blend_rows(image(mixed), image(src), 35, 50, 1024);
     EXPECT_EQ(want, mixed);
-}
-
-TEST(RectBlend, KnownValues) {
-    int16_t yc48[] = {4096, -2048, 0, 9000};
-    const int16_t over[] = {0, 2048, 1, 9000};
-    rect_blend_row_yc48(yc48, over, 4, 1024);
-    // 4 * 9000 stops at 32767; each product floors on its own
-    const int16_t want[] = {1024, 1024, 0, 6143 + 2047};
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(want[i], yc48[i]) << i;
-    uint8_t yuy2[] = {255, 0, 255};
-    const uint8_t over8[] = {0, 255, 255};
-    rect_blend_row_yuy2(yuy2, over8, 3, 2048);
-    const uint8_t want8[] = {127, 127, 254};
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(want8[i], yuy2[i]) << i;
 }
 
 TEST(RectBlend, MatchesReferenceOnEveryTarget) {

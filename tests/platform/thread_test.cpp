@@ -16,19 +16,6 @@ static int elapsed_ms(CLOCK::time_point since) {
     return int(std::chrono::duration_cast<std::chrono::milliseconds>(CLOCK::now() - since).count());
 }
 
-TEST(Event, StaysSetUntilCleared) {
-    const EVENT_PTR event = event_create();
-    EXPECT_FALSE(event_wait(event.get(), 0));
-    event_set(event.get());
-    EXPECT_TRUE(event_wait(event.get(), 0));
-    EXPECT_TRUE(event_wait(event.get(), -1));
-    event_clear(event.get());
-    const auto start = CLOCK::now();
-    EXPECT_FALSE(event_wait(event.get(), 30));
-    EXPECT_GE(elapsed_ms(start), 30);
-    EXPECT_LT(elapsed_ms(start), 2000);
-}
-
 TEST(Event, WakesEveryWaiterAlsoWhenClearedAtOnce) {
     const EVENT_PTR event = event_create();
     for (int round = 0; round < 100; ++round) {
@@ -79,7 +66,6 @@ TEST(Thread, JoinHasATimeLimit) {
     const auto start = CLOCK::now();
     EXPECT_FALSE(thread_join_for(thread.get(), 50));
     EXPECT_GE(elapsed_ms(start), 50);
-    EXPECT_LT(elapsed_ms(start), 2000);
     event_set(end.get());
     EXPECT_TRUE(thread_join_for(thread.get(), 10000));
     EXPECT_TRUE(thread_join_for(thread.get(), 0));  // once joined, always joined
@@ -96,37 +82,23 @@ TEST(Thread, TakesNoSignalsOfTheProcessButItsOwnFaults) {
     EXPECT_EQ(sigismember(&mask, SIGTERM), 0);  // and the starter's own mask is as it was
 }
 
-TEST(Processor, ListIsTheProcessMask) {
-    int list[256];
-    const int n = processor_list(list, 256);
-    ASSERT_GE(n, 1);
-    EXPECT_EQ(processor_count(), n);
-    cpu_set_t mask;
-    ASSERT_EQ(sched_getaffinity(getpid(), sizeof mask, &mask), 0);
-    EXPECT_EQ(CPU_COUNT(&mask), n);
-    for (int i = 0; i < n; ++i) EXPECT_TRUE(CPU_ISSET(list[i], &mask));
-    EXPECT_EQ(processor_list(list, 1), 1);
-}
-
 TEST(Processor, NarrowingBindsAndWideningRestores) {
-    int list[256];
-    const int n = processor_list(list, 256);
-    PROCESSOR_SET former;
-    if (n < 2) {
-        EXPECT_FALSE(processor_narrow(list[0], &former));
-        return;
-    }
     std::thread([&] {
         cpu_set_t before, during, after;
         sched_getaffinity(0, sizeof before, &before);
-        ASSERT_TRUE(processor_narrow(list[n - 1], &former));
-        EXPECT_EQ(processor_current(), list[n - 1]);
+        int list[256];
+        const int n = processor_list(list, 256), last = list[n - 1];
+        EXPECT_EQ(CPU_COUNT(&before), n);
+        for (int i = 0; i < n; ++i) EXPECT_TRUE(CPU_ISSET(list[i], &before));
+        PROCESSOR_SET former;
+        for (const int none : {-1, 8192}) EXPECT_FALSE(processor_narrow(none, &former));
+        ASSERT_EQ(processor_narrow(last, &former), n > 1);
+        if (n == 1) return;
+        EXPECT_EQ(processor_current(), last);
         sched_getaffinity(0, sizeof during, &during);
         EXPECT_EQ(CPU_COUNT(&during), 1);
-        processor_widen(list[n - 1], former);
+        processor_widen(last, former);
         sched_getaffinity(0, sizeof after, &after);
         EXPECT_TRUE(CPU_EQUAL(&before, &after));
-        EXPECT_FALSE(processor_narrow(-1, &former));
-        EXPECT_FALSE(processor_narrow(8192, &former));
     }).join();
 }

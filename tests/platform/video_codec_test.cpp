@@ -96,7 +96,8 @@ TEST(VideoCodec, EachCompressorAnswersAtOnceAndKeepsThePicture) {
         if (!info.compresses) continue;
         ++compressors;
         for (const bool yuy2 : {false, true}) {
-            const BITMAPINFOHEADER format = picture_format(96, 64, yuy2);
+            const bool exact = lossless(info, yuy2);
+            const BITMAPINFOHEADER format = picture_format(exact ? 98 : 96, exact ? 62 : 64, yuy2);
             const PACKETS stored = compress(info.handler, format, 25);
             if (yuy2 && info.rgb_only) {
                 EXPECT_TRUE(stored.packets.empty()) << info.name;
@@ -109,76 +110,57 @@ TEST(VideoCodec, EachCompressorAnswersAtOnceAndKeepsThePicture) {
             const auto pictures = decompress(info.handler, stored, format);
             ASSERT_EQ(pictures.size(), 25u) << info.name << (yuy2 ? " YUY2" : " RGB");
             for (int n = 0; n < 25; ++n) {
-                const std::vector<uint8_t> source = moving_picture(format, n);
-                const double quality = psnr(pictures[size_t(n)], source);
-                EXPECT_GT(quality, lossless(info, yuy2) ? 98 : 24) << info.name << " frame " << n << " yuy2 " << yuy2;
+                EXPECT_GT(psnr(pictures[size_t(n)], moving_picture(format, n)), exact ? 98 : 24)
+                    << info.name << " frame " << n << " yuy2 " << yuy2;
             }
         }
     }
     EXPECT_GE(compressors, 20);
 }
 
-TEST(VideoCodec, LosslessCodecsDoNotDriftOverFiveGenerations) {
-    for (int i = 0; i < video_codec_count(); ++i) {
-        const VIDEO_CODEC_INFO& info = video_codec_info(i);
-        for (const bool yuy2 : {false, true}) {
-            if (!info.compresses || !lossless(info, yuy2) || (yuy2 && info.rgb_only)) continue;
-            const BITMAPINFOHEADER format = picture_format(98, 62, yuy2);
-            const std::vector<uint8_t> source = moving_picture(format, 3);
-            std::vector<uint8_t> picture = source, out(video_encoder_bound(format));
-            for (int generation = 0; generation < 5; ++generation) {
-                const VIDEO_ENCODER_PTR encoder = video_encoder_open(info.handler);
-                ASSERT_TRUE(video_encoder_begin(encoder.get(), format, RATE)) << info.name;
-                bool key = true;
-                const int64_t size = video_encoder_frame(encoder.get(), picture.data(), &key, out);
-                ASSERT_GT(size, 0) << info.name;
-                const std::span<const uint8_t> packet(out.data(), size_t(size));
-                const VIDEO_DECODER_PTR decoder =
-                    video_decoder_open(info.handler, video_encoder_format(encoder.get(), format, RATE), packet);
-                std::fill(picture.begin(), picture.end(), uint8_t{0});
-                ASSERT_TRUE(video_decoder_begin(decoder.get(), format) &&
-                            video_decoder_frame(decoder.get(), packet, true, picture.data()));
-            }
-            EXPECT_TRUE(picture == source) << info.name << (yuy2 ? " YUY2" : " RGB");
-        }
-    }
+/// One picture through a compressor and back.
+static std::vector<uint8_t> through(uint32_t handler, const BITMAPINFOHEADER& format,
+                                    const std::vector<uint8_t>& picture) {
+    const VIDEO_ENCODER_RATE rate = {30, 1, 10000, 0, 0};
+    const VIDEO_ENCODER_PTR encoder = video_encoder_open(handler);
+    EXPECT_TRUE(video_encoder_begin(encoder.get(), format, rate));
+    std::vector<uint8_t> out(video_encoder_bound(format)), back(format.biSizeImage);
+    bool key = true;
+    const int64_t size = video_encoder_frame(encoder.get(), picture.data(), &key, out);
+    EXPECT_GT(size, 0);
+    out.resize(size_t(std::max<int64_t>(size, 0)));
+    const VIDEO_DECODER_PTR decoder =
+        video_decoder_open(handler, video_encoder_format(encoder.get(), format, rate), out);
+    EXPECT_TRUE(video_decoder_begin(decoder.get(), format) &&
+                video_decoder_frame(decoder.get(), out, true, back.data()));
+    return back;
 }
 
 // Flat patches through every lossy codec and back: no shift of brightness or hue, neither from YUY2 nor from RGB.
 TEST(VideoCodec, LossyCodecsShiftNoColour) {
     static const uint8_t COLOURS[][3] = {{40, 110, 240},  {200, 40, 120}, {90, 200, 60},  {128, 128, 128},
                                          {235, 235, 235}, {16, 16, 16},   {60, 160, 160}, {170, 90, 90}};
-    for (int i = 0; i < video_codec_count(); ++i) {
-        const VIDEO_CODEC_INFO& info = video_codec_info(i);
+    for (int i = 0; i < video_codec_count() * 2; ++i) {
+        const VIDEO_CODEC_INFO& info = video_codec_info(i / 2);
+        const bool yuy2 = i % 2;
         if (!info.compresses || !info.has_quality || info.rgb_only) continue;
-        for (const bool yuy2 : {false, true}) {
-            const BITMAPINFOHEADER format = picture_format(64, 64, yuy2);
-            const VIDEO_ENCODER_PTR encoder = video_encoder_open(info.handler);
-            ASSERT_TRUE(video_encoder_begin(encoder.get(), format, {30, 1, 10000, 0, 0})) << info.name;
-            std::vector<uint8_t> out(video_encoder_bound(format)), picture(format.biSizeImage), back = picture;
-            double sum = 0;
-            for (const auto& colour : COLOURS) {
-                for (size_t at = 0; at < picture.size(); ++at)
-                    picture[at] = yuy2 ? uint8_t(at % 2 == 0 ? 16 + colour[0] * 219 / 255
-                                                             : 16 + colour[at % 4 / 2 + 1] * 224 / 255)
-                                       : colour[at % 3];
-                bool key = true;
-                const int64_t size = video_encoder_frame(encoder.get(), picture.data(), &key, out);
-                ASSERT_GT(size, 0) << info.name;
-                const std::span<const uint8_t> packet(out.data(), size_t(size));
-                const VIDEO_DECODER_PTR decoder = video_decoder_open(
-                    info.handler, video_encoder_format(encoder.get(), format, {30, 1, 10000, 0, 0}), packet);
-                ASSERT_TRUE(video_decoder_begin(decoder.get(), format));
-                ASSERT_TRUE(video_decoder_frame(decoder.get(), packet, true, back.data())) << info.name;
-                double errors[4] = {};
-                const size_t period = yuy2 ? 4 : 3;
-                for (size_t at = 0; at < picture.size() / period * period; ++at)
-                    errors[at % period] += back[at] - picture[at];
-                for (size_t c = 0; c < period; ++c)
-                    sum += std::abs(errors[c]) * double(period) / double(picture.size()) / double(period);
-            }
-            EXPECT_LT(sum / double(std::size(COLOURS)), 1) << info.name << (yuy2 ? " YUY2" : " RGB");
+        SCOPED_TRACE(info.name + std::string(yuy2 ? " YUY2" : " RGB"));
+        const BITMAPINFOHEADER format = picture_format(64, 64, yuy2);
+        const size_t period = yuy2 ? 4 : 3;
+        double sum = 0;
+        for (const auto& colour : COLOURS) {
+            std::vector<uint8_t> picture(format.biSizeImage);
+            for (size_t at = 0; at < picture.size(); ++at)
+                picture[at] = !yuy2         ? colour[at % 3]
+                              : at % 2 == 0 ? uint8_t(16 + colour[0] * 219 / 255)
+                                            : uint8_t(16 + colour[at % 4 / 2 + 1] * 224 / 255);
+            const std::vector<uint8_t> back = through(info.handler, format, picture);
+            double errors[4] = {};
+            for (size_t at = 0; at < picture.size() / period * period; ++at)
+                errors[at % period] += back[at] - picture[at];
+            for (const double error : errors) sum += std::abs(error) / double(picture.size());
         }
+        EXPECT_LT(sum / double(std::size(COLOURS)), 1);
     }
 }
 
@@ -203,32 +185,31 @@ TEST(VideoCodec, StateIsVersionedTextOfItsCodec) {
     ASSERT_NE(encoder, nullptr) << "codes compare without regard to case";
     const std::string by_default = video_encoder_state(encoder.get());
     EXPECT_EQ(by_default, "vantel codec 1 H264\npreset=veryfast\nsubsampling=4:2:0\n");
-    EXPECT_TRUE(video_encoder_set_state(encoder.get(),
-                                        "vantel codec 1 H264\npreset=slow\nsubsampling=4:4:4\nnew=1\npreset=bad\n"));
-    EXPECT_EQ(video_encoder_state(encoder.get()), "vantel codec 1 H264\npreset=slow\nsubsampling=4:4:4\n");
+    const std::string chosen = "vantel codec 1 H264\npreset=slow\nsubsampling=4:4:4\n";
+    EXPECT_TRUE(video_encoder_set_state(encoder.get(), chosen + "new=1\npreset=bad\n"));
     for (const char* foreign : {"vantel codec 2 H264\n", "vantel codec 1 H2640\n", "vantel codec 1 XVID\n", "x"})
         EXPECT_FALSE(video_encoder_set_state(encoder.get(), foreign)) << foreign;
-    EXPECT_EQ(video_encoder_state(encoder.get()), "vantel codec 1 H264\npreset=slow\nsubsampling=4:4:4\n");
+    EXPECT_EQ(video_encoder_state(encoder.get()), chosen);
     EXPECT_TRUE(video_encoder_set_state(encoder.get(), ""));
     EXPECT_EQ(video_encoder_state(encoder.get()), by_default);
+}
+
+static std::vector<uint8_t> stored_format(uint32_t handler, int width, int height) {
+    BITMAPINFOHEADER header = picture_format(width, height, false);
+    header.biCompression = handler;
+    std::vector<uint8_t> format(sizeof header);
+    std::memcpy(format.data(), &header, sizeof header);
+    return format;
 }
 
 TEST(VideoCodec, HostileFormatsAndPacketsAreRefused) {
     const BITMAPINFOHEADER output = picture_format(64, 48, false);
     for (int i = 0; i < video_codec_count(); ++i) {
         const uint32_t handler = video_codec_info(i).handler;
-        for (const auto& [width, height] :
-             {std::pair{0, 48}, {64, 0}, {-64, 48}, {1 << 30, 1 << 30}, {64, INT32_MIN}}) {
-            BITMAPINFOHEADER header = picture_format(width, height, false);
-            header.biCompression = handler;
-            std::vector<uint8_t> format(sizeof header);
-            std::memcpy(format.data(), &header, sizeof header);
-            EXPECT_EQ(video_decoder_open(handler, format, {}), nullptr) << code_text(handler);
-        }
-        BITMAPINFOHEADER header = picture_format(64, 48, false);
-        header.biCompression = handler;
-        std::vector<uint8_t> format(sizeof header + 3, 0xA5), noise(777), picture(output.biSizeImage);
-        std::memcpy(format.data(), &header, sizeof header);
+        for (const auto& [width, height] : {std::pair{0, 48}, {64, 0}, {-64, 48}, {1 << 30, 1 << 30}, {64, INT32_MIN}})
+            EXPECT_FALSE(video_decoder_open(handler, stored_format(handler, width, height), {})) << code_text(handler);
+        std::vector<uint8_t> format = stored_format(handler, 64, 48), noise(777), picture(output.biSizeImage);
+        format.resize(43, 0xA5);
         for (size_t n = 0; n < noise.size(); ++n) noise[n] = uint8_t(n * n * 31 + size_t(i));
         const VIDEO_DECODER_PTR decoder = video_decoder_open(handler, format, noise);
         if (decoder && video_decoder_offers(decoder.get(), output) && video_decoder_begin(decoder.get(), output))

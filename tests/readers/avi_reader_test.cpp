@@ -1,30 +1,18 @@
 #include "readers/avi_reader.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <memory>
-
-#include "support/avi_builder.h"
+#include "readers/reader_test.h"
 #include "support/kernel_test.h"
 
 static constexpr uint32_t CODEC = VANTEL_FOURCC('T', 'E', 'S', 'T');
 
-struct AVI_CLOSE {
-    void operator()(void* handle) const { avi_reader_close(handle); }
-};
-using AVI_PTR = std::unique_ptr<void, AVI_CLOSE>;
+using AVI_PTR = READER_PTR<avi_reader_close>;
 
 static AVI_PTR avi_open(const BYTES& bytes) {
     const TEMP_FILE file(bytes, ".avi");
     return AVI_PTR(avi_reader_open(file.name()));
 }
 
-static INPUT_MEDIA_INFO info_of(const AVI_PTR& avi) {
-    INPUT_MEDIA_INFO info = {};
-    avi_reader_info(avi.get(), &info);
-    return info;
-}
+static INPUT_MEDIA_INFO info_of(const AVI_PTR& avi) { return reader_info<avi_reader_info>(avi); }
 
 static BYTES frame_of(const AVI_PTR& avi, int32_t frame) {
     BYTES bytes(4096, 0xEE);
@@ -68,15 +56,12 @@ static void expect_frames(const AVI_PTR& avi, const AVI_BUILD& build) {
 /// Random runs against all chunks put together.
 static void expect_sound(const AVI_PTR& avi, const BYTES& sound, int block) {
     RNG rng(kernel_seed());
+    SCOPED_TRACE(kernel_seed());
     const int samples = int(sound.size()) / block;
     ASSERT_EQ(info_of(avi).audio_samples, samples);
     for (int i = 0; i < 300; ++i) {
         const int start = int(rng.below(uint32_t(samples))), count = 1 + int(rng.below(uint32_t(samples)));
-        BYTES got(size_t(count * block) + 8, 0xEE);
-        const int want = std::min(count, samples - start);
-        ASSERT_EQ(avi_reader_read_audio(avi.get(), start, count, got.data()), want) << "seed " << kernel_seed();
-        ASSERT_EQ(std::memcmp(got.data(), sound.data() + start * block, size_t(want * block)), 0);
-        ASSERT_EQ(got[size_t(want * block)], 0xEE);
+        ASSERT_NO_FATAL_FAILURE(expect_samples<avi_reader_read_audio>(avi, sound, size_t(block), start, count));
     }
 }
 
@@ -84,54 +69,30 @@ TEST(AviReader, EveryIndexGivesTheSameFramesAndSound) {
     for (const AVI_BUILD_INDEX index :
          {AVI_BUILD_IDX1_RELATIVE, AVI_BUILD_IDX1_ABSOLUTE, AVI_BUILD_NO_INDEX, AVI_BUILD_ODML}) {
         SCOPED_TRACE(index);
-        for (const size_t chunks_per_list : {SIZE_MAX, size_t{7}}) {
-            AVI_BUILD build = mixed_build(index);
-            build.chunks_per_list = chunks_per_list;
+        for (const uint16_t bits :
+             {uint16_t{16}, uint16_t{24}}) {  // blocks of 3 bytes lie across the borders of chunks
+            AVI_BUILD build = mixed_build(index, bits);
+            if (bits == 24) build.chunks_per_list = 7;
             const AVI_PTR avi = avi_open(avi_build(build));
             ASSERT_TRUE(avi);
             expect_frames(avi, build);
-            expect_sound(avi, sound_of(build), 2);
+            expect_sound(avi, sound_of(build), bits / 8);
             const INPUT_MEDIA_INFO info = info_of(avi);
             EXPECT_EQ(info.flags, uint32_t(INPUT_MEDIA_VIDEO | INPUT_MEDIA_AUDIO));
             EXPECT_EQ(info.rate, 25);
             EXPECT_EQ(info.video_handler, CODEC);
             EXPECT_EQ(info.video_format_size, 40);
-            EXPECT_EQ(info.audio_format->nBlockAlign, 2);
         }
-    }
-}
-
-TEST(AviReader, SoundBlocksStayWholeOverChunkBorders) {
-    for (const AVI_BUILD_INDEX index : {AVI_BUILD_IDX1_RELATIVE, AVI_BUILD_ODML}) {
-        const AVI_BUILD build = mixed_build(index, 24);
-        const AVI_PTR avi = avi_open(avi_build(build));
-        ASSERT_TRUE(avi);
-        expect_sound(avi, sound_of(build), 3);
     }
 }
 
 TEST(AviReader, ManySoundChunksAreFoundByBisection) {
     AVI_BUILD build;
-    build.streams = {avi_sound_stream(1, 1, 8000, 8)};
-    BYTES sound;
-    for (uint32_t i = 0; i < 1000; ++i) {
-        build.chunks.push_back({0, "wb", bytes_pattern(i % 5 == 0 ? 0 : i % 13, i)});
-        sound.insert(sound.end(), build.chunks.back().data.begin(), build.chunks.back().data.end());
-    }
+    build.streams = {AVI_BUILD_STREAM{}, avi_sound_stream(1, 1, 8000, 8)};
+    for (uint32_t i = 0; i < 1000; ++i) build.chunks.push_back({1, "wb", bytes_pattern(i % 5 == 0 ? 0 : i % 13, i)});
     const AVI_PTR avi = avi_open(avi_build(build));
     ASSERT_TRUE(avi);
-    expect_sound(avi, sound, 1);
-}
-
-TEST(AviReader, TheIndexCountsAndNotTheStreamHeader) {
-    for (const uint32_t length : {0u, 3u, 0xFFFFFFFFu}) {
-        AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
-        build.streams[0].length = build.streams[1].length = length;
-        const AVI_PTR avi = avi_open(avi_build(build));
-        ASSERT_TRUE(avi);
-        expect_frames(avi, build);
-        expect_sound(avi, sound_of(build), 2);
-    }
+    expect_sound(avi, sound_of(build), 1);
 }
 
 TEST(AviReader, DamagedChunksNeverPassTheBuffer) {
@@ -164,7 +125,6 @@ TEST(AviReader, DamagedChunksNeverPassTheBuffer) {
     EXPECT_EQ(buffer, BYTES(64, 0xEE));
     for (const int32_t start : {-1, 25, INT32_MAX})
         EXPECT_EQ(avi_reader_read_audio(avi.get(), start, 1, buffer.data()), 0) << start;
-    EXPECT_EQ(avi_reader_read_audio(avi.get(), 0, INT32_MAX, buffer.data()), 25);
 }
 
 TEST(AviReader, SoundOfAChunkThatIsNotWholeLeavesTheBuffer) {
@@ -172,11 +132,10 @@ TEST(AviReader, SoundOfAChunkThatIsNotWholeLeavesTheBuffer) {
     build.streams = {avi_sound_stream(1, 1, 8000, 16)};
     build.chunks = {{0, "wb", bytes_pattern(20, 1)}, {0, "wb", bytes_pattern(20, 2)}};
     build.index = AVI_BUILD_IDX1_ABSOLUTE;
-    BYTES bytes = avi_build(build);
+    BYTES bytes = avi_build(build), buffer(40, 0xEE);
     bytes_put_u32(bytes, bytes_find(bytes, "idx1") + 8 + 16 + 8, uint32_t(bytes.size()) - 8 - 10);
     const AVI_PTR avi = avi_open(bytes);
     ASSERT_TRUE(avi);
-    BYTES buffer(40, 0xEE);
     EXPECT_EQ(avi_reader_read_audio(avi.get(), 8, 4, buffer.data()), 0);
     EXPECT_EQ(buffer, BYTES(40, 0xEE));
     EXPECT_EQ(avi_reader_read_audio(avi.get(), 0, 10, buffer.data()), 10);
@@ -187,14 +146,12 @@ TEST(AviReader, ACutFileKeepsWhatItHolds) {
     build.chunks_per_list = 8;
     BYTES bytes = avi_build(build);
     const size_t second = bytes_find(bytes, "AVIX") - 8;
-    BYTES one_list(bytes.begin(), bytes.begin() + ptrdiff_t(second));
-    AVI_PTR avi = avi_open(one_list);
+    AVI_PTR avi = avi_open({bytes.begin(), bytes.begin() + ptrdiff_t(second)});
     ASSERT_TRUE(avi);
     EXPECT_EQ(info_of(avi).frames, 4);
     EXPECT_EQ(info_of(avi).audio_samples, (0 + 37 + 74 + 10) / 2);
     // Not even the first index is there: the chunks themselves are.
-    BYTES no_index(bytes.begin(), bytes.begin() + ptrdiff_t(bytes_find(bytes, "ix00")));
-    avi = avi_open(no_index);
+    avi = avi_open({bytes.begin(), bytes.begin() + ptrdiff_t(bytes_find(bytes, "ix00"))});
     ASSERT_TRUE(avi);
     EXPECT_EQ(info_of(avi).frames, 4);
     EXPECT_EQ(frame_of(avi, 3), build.chunks[6].data);
@@ -219,59 +176,49 @@ TEST(AviReader, VariableSoundCountsInBytes) {
     const INPUT_MEDIA_INFO info = info_of(avi);
     EXPECT_TRUE(info.flags & INPUT_MEDIA_VARIABLE_AUDIO);
     EXPECT_EQ(info.audio_format->nBlockAlign, 1);
-    EXPECT_EQ(avi_reader_audio_position(avi.get(), -5), 0);
-    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1151), 0);
-    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1152), 0);  // the first chunk is empty
-    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1152 * 4 - 1), 37 + 74);
-    EXPECT_EQ(avi_reader_audio_position(avi.get(), 1152 * 4), 37 + 74 + 10);
-    EXPECT_EQ(avi_reader_audio_position(avi.get(), INT32_MAX), info.audio_samples);
+    for (const auto& [sample, position] : {std::pair{-5, 0},
+                                           {1152, 0},  // the first chunk is empty
+                                           {1152 * 4 - 1, 37 + 74},
+                                           {1152 * 4, 37 + 74 + 10},
+                                           {INT32_MAX, info.audio_samples}})
+        EXPECT_EQ(avi_reader_audio_position(avi.get(), sample), position) << sample;
 }
 
 TEST(AviReader, FormatsAreRepairedOrRefused) {
     struct CASE {
         const char* what;
-        void (*change)(AVI_BUILD&);
+        void (*change)(AVI_BUILD_STREAM& video, AVI_BUILD_STREAM& sound);
         bool video, audio;
-        int block;
     };
+    using S = AVI_BUILD_STREAM&;
     const CASE cases[] = {
-        {"PCM without a sample size", [](AVI_BUILD& b) { b.streams[1].sample_size = 0; }, true, true, 2},
-        {"no block size", [](AVI_BUILD& b) { bytes_put_u16(b.streams[1].format, 12, 0); }, true, true, 2},
-        {"no block size, no bits", [](AVI_BUILD& b) { bytes_put_u32(b.streams[1].format, 12, 0); }, true, false, 0},
-        {"no channels", [](AVI_BUILD& b) { bytes_put_u16(b.streams[1].format, 2, 0); }, true, false, 0},
-        {"no sound rate", [](AVI_BUILD& b) { bytes_put_u32(b.streams[1].format, 4, 0); }, true, false, 0},
-        {"short sound format", [](AVI_BUILD& b) { b.streams[1].format.resize(14); }, true, false, 0},
-        {"variable without a rate",
-         [](AVI_BUILD& b) {
-             bytes_put_u16(b.streams[1].format, 0, 0x55);
-             b.streams[1].sample_size = b.streams[1].scale = 0;
-         },
-         true, false, 0},
-        {"no rate", [](AVI_BUILD& b) { b.streams[0].rate = 0; }, false, true, 2},
-        {"no scale", [](AVI_BUILD& b) { b.streams[0].scale = 0; }, false, true, 2},
-        {"rate of 2^31", [](AVI_BUILD& b) { b.streams[0].rate = 0x80000000; }, false, true, 2},
-        {"scale of 2^32 - 1", [](AVI_BUILD& b) { b.streams[0].scale = UINT32_MAX; }, false, true, 2},
-        {"huge format", [](AVI_BUILD& b) { b.streams[0].format.resize(8193); }, false, true, 2},
-        {"largest format", [](AVI_BUILD& b) { b.streams[0].format.resize(8192); }, true, true, 2},
-        {"short format", [](AVI_BUILD& b) { b.streams[0].format.resize(39); }, false, true, 2},
-        {"type in capitals", [](AVI_BUILD& b) { b.streams[0].type = "VIDS"; }, true, true, 2},
-        {"other type", [](AVI_BUILD& b) { b.streams[0].type = "txts"; }, false, true, 2},
+        {"lengths too large", [](S v, S a) { v.length = a.length = UINT32_MAX; }, true, true},
+        {"PCM without a sample size", [](S, S a) { a.sample_size = 0; }, true, true},
+        {"no block size", [](S, S a) { bytes_put_u16(a.format, 12, 0); }, true, true},
+        {"no block size, no bits", [](S, S a) { bytes_put_u32(a.format, 12, 0); }, true, false},
+        {"no sound rate", [](S, S a) { bytes_put_u32(a.format, 4, 0); }, true, false},
+        {"short sound format", [](S, S a) { a.format.resize(14); }, true, false},
+        {"variable without a rate", [](S, S a) { a.format[0] = 0x55, a.sample_size = a.scale = 0; }, true, false},
+        {"no rate", [](S v, S) { v.rate = 0; }, false, true},
+        {"no scale", [](S v, S) { v.scale = 0; }, false, true},
+        {"rate of 2^31", [](S v, S) { v.rate = 0x80000000; }, false, true},
+        {"huge format", [](S v, S) { v.format.resize(8193); }, false, true},
+        {"largest format", [](S v, S) { v.format.resize(8192); }, true, true},
+        {"short format", [](S v, S) { v.format.resize(39); }, false, true},
+        {"other type", [](S v, S) { v.type = "txts"; }, false, true},
     };
     for (const CASE& c : cases) {
         SCOPED_TRACE(c.what);
         AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
-        c.change(build);
+        c.change(build.streams[0], build.streams[1]);
         const AVI_PTR avi = avi_open(avi_build(build));
         ASSERT_TRUE(avi);
         const INPUT_MEDIA_INFO info = info_of(avi);
-        EXPECT_EQ((info.flags & INPUT_MEDIA_VIDEO) != 0, c.video);
-        EXPECT_EQ((info.flags & INPUT_MEDIA_AUDIO) != 0, c.audio);
-        EXPECT_FALSE(info.flags & INPUT_MEDIA_VARIABLE_AUDIO);
+        EXPECT_EQ(info.flags, uint32_t(c.video * INPUT_MEDIA_VIDEO | c.audio * INPUT_MEDIA_AUDIO));
         if (c.video) expect_frames(avi, build);
-        if (c.audio) {
-            EXPECT_EQ(info.audio_format->nBlockAlign, c.block);
-            expect_sound(avi, sound_of(build), c.block);
-        }
+        if (!c.audio) continue;
+        EXPECT_EQ(info.audio_format->nBlockAlign, 2);
+        expect_sound(avi, sound_of(build), 2);
     }
 }
 
@@ -292,8 +239,7 @@ TEST(AviReader, PaletteAndHandlers) {
         build.streams[0].handler = c.handler;
         const AVI_PTR avi = avi_open(avi_build(build));
         ASSERT_EQ(avi != nullptr, c.opens) << c.bits;
-        if (!avi) continue;
-        EXPECT_EQ(info_of(avi).video_handler, c.told);
+        EXPECT_EQ(avi ? info_of(avi).video_handler : 0, c.told);
     }
 }
 
@@ -358,6 +304,16 @@ TEST(AviReader, ReadsBehindFourGigabytes) {
     expect_sound(avi, sound_of(build), 2);
 }
 
+static void touch(const BYTES& bytes) {
+    const AVI_PTR avi = avi_open(bytes);
+    if (!avi) return;
+    const INPUT_MEDIA_INFO info = info_of(avi);
+    for (int32_t i = 0; i < std::min(info.frames, 8); ++i) frame_of(avi, i);
+    BYTES sound(65536);
+    if (info.flags & INPUT_MEDIA_AUDIO && info.audio_format->nBlockAlign <= 65536 / 16)
+        avi_reader_read_audio(avi.get(), info.audio_samples / 2, 16, sound.data());
+}
+
 TEST(AviReader, CutAnywhereOrChangedAnywhereItStaysInBounds) {
     RNG rng(kernel_seed());
     SCOPED_TRACE(kernel_seed());
@@ -365,17 +321,8 @@ TEST(AviReader, CutAnywhereOrChangedAnywhereItStaysInBounds) {
         AVI_BUILD build = mixed_build(index);
         build.chunks.resize(6);
         const BYTES whole = avi_build(build);
-        const auto touch = [](const BYTES& bytes) {
-            const AVI_PTR avi = avi_open(bytes);
-            if (!avi) return;
-            const INPUT_MEDIA_INFO info = info_of(avi);
-            for (int32_t i = 0; i < std::min(info.frames, 8); ++i) frame_of(avi, i);
-            BYTES sound(65536);
-            if (info.flags & INPUT_MEDIA_AUDIO && info.audio_format->nBlockAlign <= 65536 / 16)
-                avi_reader_read_audio(avi.get(), info.audio_samples / 2, 16, sound.data());
-        };
-        for (size_t n = 0; n < whole.size(); ++n) touch(BYTES(whole.begin(), whole.begin() + ptrdiff_t(n)));
         for (size_t at = 0; at + 4 <= whole.size(); ++at) {
+            touch(BYTES(whole.begin(), whole.begin() + ptrdiff_t(at)));
             BYTES changed = whole;
             const uint32_t values[] = {0, 1, UINT32_MAX, 0x80000000, uint32_t(rng.next())};
             bytes_put_u32(changed, at, values[rng.below(5)]);

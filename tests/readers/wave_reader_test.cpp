@@ -1,29 +1,16 @@
 #include "readers/wave_reader.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <memory>
-
-#include "core/ui_hooks.h"
+#include "readers/reader_test.h"
 #include "readers/riff.h"
-#include "support/avi_builder.h"
 
-struct WAVE_CLOSE {
-    void operator()(void* handle) const { wave_reader_close(handle); }
-};
-using WAVE_PTR = std::unique_ptr<void, WAVE_CLOSE>;
+using WAVE_PTR = READER_PTR<wave_reader_close>;
 
 static WAVE_PTR wave_open(const BYTES& bytes) {
     const TEMP_FILE file(bytes, ".wav");
     return WAVE_PTR(wave_reader_open(file.name()));
 }
 
-static INPUT_MEDIA_INFO info_of(const WAVE_PTR& wave) {
-    INPUT_MEDIA_INFO info = {};
-    wave_reader_info(wave.get(), &info);
-    return info;
-}
+static INPUT_MEDIA_INFO info_of(const WAVE_PTR& wave) { return reader_info<wave_reader_info>(wave); }
 
 TEST(WaveReader, HalfASecondIsFifteenBlackPictures) {
     wave_reader_set_size(6, 3);
@@ -33,11 +20,9 @@ TEST(WaveReader, HalfASecondIsFifteenBlackPictures) {
     ASSERT_TRUE(wave);
     const INPUT_MEDIA_INFO info = info_of(wave);
     EXPECT_EQ(info.flags, uint32_t(INPUT_MEDIA_VIDEO | INPUT_MEDIA_AUDIO));
-    EXPECT_EQ(info.rate, 30);
-    EXPECT_EQ(info.scale, 1);
+    EXPECT_EQ(info.rate, info.scale * 30);
     EXPECT_EQ(info.frames, 15);
     EXPECT_EQ(info.audio_samples, 4000);
-    EXPECT_EQ(info.audio_format_size, 18);
     const BYTES header = avi_picture_format(6, 3, 16, VANTEL_FOURCC('Y', 'U', 'Y', '2'));
     ASSERT_EQ(info.video_format_size, 40);
     EXPECT_EQ(std::memcmp(info.video_format, header.data(), 40), 0);
@@ -51,14 +36,12 @@ TEST(WaveReader, HalfASecondIsFifteenBlackPictures) {
     EXPECT_EQ(wave_reader_read_video_bounded(wave.get(), 3, picture.data(), 10, &damaged), 10);
     EXPECT_TRUE(damaged);
 
-    BYTES sound(16000, 0xEE);
-    EXPECT_EQ(wave_reader_read_audio(wave.get(), 1000, 500, sound.data()), 500);
-    EXPECT_EQ(std::memcmp(sound.data(), samples.data() + 4000, 2000), 0);
-    EXPECT_EQ(sound[2000], 0xEE);
-    EXPECT_EQ(wave_reader_read_audio(wave.get(), 3990, INT32_MAX, sound.data()), 10);
+    for (const auto& [start, count] : {std::pair{1000, 500}, {3990, INT32_MAX}})
+        expect_samples<wave_reader_read_audio>(wave, samples, 4, start, count);
     for (const int32_t start : {-1, 4000, INT32_MAX})
         EXPECT_EQ(wave_reader_read_audio(wave.get(), start, 1, nullptr), 0);
-    EXPECT_EQ(wave_reader_read_audio(wave.get(), 0, -1, nullptr), 0);
+    BYTES all(samples.size());
+    EXPECT_EQ(wave_reader_read_audio(wave.get(), 0, -1, all.data()), 0);
 }
 
 TEST(WaveReader, LyingSizesAreHeldAgainstTheFile) {
@@ -99,20 +82,27 @@ TEST(WaveReader, TheSearchForChunksHasABudget) {
     }
 }
 
-TEST(WaveReader, UnusableFormatsAreRefused) {
-    const BYTES good = avi_sound_format(1, 2, 44100, 16);
+TEST(WaveReader, UnusableFormatsAreRepairedOrRefused) {
     struct CASE {
         const char* what;
-        size_t at;
-        uint16_t value;
+        void (*change)(BYTES& format);
         bool opens;
     };
-    const CASE cases[] = {{"no block size", 12, 0, true},
-                          {"no channels", 2, 0, false},
-                          {"extra bytes that are not there", 16, 999, true}};
+    const CASE cases[] = {
+        {"16 bytes", [](BYTES& f) { f.resize(16); }, true},
+        {"no block size", [](BYTES& f) { bytes_put_u16(f, 12, 0); }, true},
+        {"extra bytes that are not there", [](BYTES& f) { bytes_put_u16(f, 16, 999); }, true},
+        {"no block size, no bits", [](BYTES& f) { bytes_put_u32(f, 12, 0); }, false},
+        {"no channels", [](BYTES& f) { bytes_put_u16(f, 2, 0); }, false},
+        {"no rate", [](BYTES& f) { bytes_put_u32(f, 4, 0); }, false},
+        {"rate of 2^31", [](BYTES& f) { bytes_put_u32(f, 4, 0x80000000); }, false},
+        {"none", [](BYTES& f) { f.clear(); }, false},
+        {"short", [](BYTES& f) { f.resize(15); }, false},
+        {"huge", [](BYTES& f) { f.resize(8193); }, false},
+    };
     for (const CASE& c : cases) {
-        BYTES format = good;
-        bytes_put_u16(format, c.at, c.value);
+        BYTES format = avi_sound_format(1, 2, 44100, 16);
+        c.change(format);
         const WAVE_PTR wave = wave_open(wave_build(format, BYTES(400)));
         ASSERT_EQ(wave != nullptr, c.opens) << c.what;
         if (!wave) continue;
@@ -120,42 +110,4 @@ TEST(WaveReader, UnusableFormatsAreRefused) {
         EXPECT_EQ(info_of(wave).audio_format->nBlockAlign, 4) << c.what;
         EXPECT_EQ(info_of(wave).audio_format->cbSize, 0) << c.what;
     }
-    for (const uint32_t rate : {0u, 0x80000000u}) {
-        BYTES format = good;
-        bytes_put_u32(format, 4, rate);
-        EXPECT_FALSE(wave_open(wave_build(format, BYTES(400)))) << rate;
-    }
-    BYTES no_block = good;
-    bytes_put_u32(no_block, 12, 0);
-    EXPECT_FALSE(wave_open(wave_build(no_block, BYTES(400))));
-    for (const size_t size : {0u, 15u, 8193u}) {
-        BYTES format = good;
-        format.resize(size);
-        EXPECT_FALSE(wave_open(wave_build(format, BYTES(400)))) << size;
-    }
-    BYTES plain = good;
-    plain.resize(16);
-    EXPECT_TRUE(wave_open(wave_build(plain, BYTES(400))));
-    BYTES other = wave_build(good, BYTES(400));
-    std::memcpy(&other[8], "AVI ", 4);
-    EXPECT_FALSE(wave_open(other));
-}
-
-TEST(WaveReader, ConfigAsksForThePictureSizeAndKeepsIt) {
-    int width, height;
-    wave_reader_size(&width, &height);
-    ui_hooks.ask_size = [](SIZE_DIALOG* dialog) { return *dialog = {320, 99999}, true; };
-    EXPECT_EQ(wave_reader_config(nullptr, nullptr), 1);
-    wave_reader_set_size(1, 1);
-    wave_reader_init();
-    int kept[2];
-    wave_reader_size(&kept[0], &kept[1]);
-    EXPECT_EQ(kept[0], 320);
-    EXPECT_EQ(kept[1], 16384);
-    ui_hooks.ask_size = [](SIZE_DIALOG*) { return false; };
-    EXPECT_EQ(wave_reader_config(nullptr, nullptr), 0);
-    ui_hooks.ask_size = [](SIZE_DIALOG* dialog) { return *dialog = {640, 480}, true; };
-    wave_reader_config(nullptr, nullptr);
-    ui_hooks.ask_size = nullptr;
-    wave_reader_set_size(width, height);
 }

@@ -1,6 +1,7 @@
 #include "support/command.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -87,4 +88,17 @@ COMMAND_OUTPUT command_run(const std::vector<std::string>& arguments, const COMM
     result.text = file_bytes(out);
     result.error = file_bytes(error);
     return result;
+}
+
+COMMAND_OUTPUT ffmpeg_run(const std::string& arguments) {
+    std::vector<std::string> words = {"ffmpeg", "-nostdin", "-loglevel", "error", "-y"};
+    std::istringstream text(arguments);
+    for (std::string word; text >> word;) words.push_back(word);
+    return command_run(words);
+}
+
+bool ffmpeg_make(const std::string& arguments) {
+    const COMMAND_OUTPUT output = ffmpeg_run(arguments);
+    EXPECT_EQ(output.status, 0) << output.error << arguments;
+    return output.status == 0;
 }

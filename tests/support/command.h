@@ -21,6 +21,11 @@ struct COMMAND_OPTIONS {
 /// Runs a program with its arguments; arguments[0] is looked for in PATH.
 COMMAND_OUTPUT command_run(const std::vector<std::string>& arguments, const COMMAND_OPTIONS& options = {});
 
+/// Runs ffmpeg, quietly and writing over what is there. arguments: words with one space between them.
+COMMAND_OUTPUT ffmpeg_run(const std::string& arguments);
+/// Whether it succeeds; the test fails with its complaint when not.
+bool ffmpeg_make(const std::string& arguments);
+
 /// A folder of its own for a test, deleted with everything in it.
 struct TEMP_FOLDER_PATH {
     std::string path;  // without a separator at the end

@@ -49,29 +49,8 @@ SYNC_MARKS sync_measure(const std::string& folder, const std::string& path, doub
     const std::string frames = folder + "/frames.raw", sound = folder + "/sound.raw";
     file_put_bytes(frames, "");
     file_put_bytes(sound, "");
-    command_run({"ffmpeg",
-                 "-nostdin",
-                 "-loglevel",
-                 "error",
-                 "-y",
-                 "-i",
-                 path,
-                 "-map",
-                 "0:v",
-                 "-vf",
-                 "crop=iw:40:0:0,scale=1:1,format=gray",
-                 "-f",
-                 "rawvideo",
-                 "-vsync",
-                 "passthrough",
-                 frames,
-                 "-map",
-                 "0:a",
-                 "-ac",
-                 "1",
-                 "-f",
-                 "s16le",
-                 sound});
+    ffmpeg_run("-i " + path + " -map 0:v -vf crop=iw:40:0:0,scale=1:1,format=gray -f rawvideo -vsync passthrough " +
+               frames + " -map 0:a -ac 1 -f s16le " + sound);
     const std::string bytes = file_bytes(sound);
     std::vector<int16_t> samples(bytes.size() / 2);
     std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
