@@ -33,7 +33,7 @@ struct WINDOW {
     QScrollBar* bars[2] = {};  // horizontal, vertical
     QPainter* painter = nullptr;
     bool unpainted = false;  // a paint came during window_refresh
-    QSize told_size;  // of the last WM_SIZE
+    QSize told_size;         // of the last WM_SIZE
     WINDOW_STATE told_state = WINDOW_NORMAL;
     QPoint told_place;   // of the last WM_MOVE
     int wheel_rest = 0;  // of turns that are finer than a notch
