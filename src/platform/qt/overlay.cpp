@@ -54,6 +54,7 @@ struct OVERLAY_SURFACE : QObject {
     QPointer<QWidget> canvas;
     std::unique_ptr<OVERLAY_CARD> card;
     QPointer<PICTURE_WINDOW> window;  // null while nothing can be seen of the picture
+    bool window_new = false;          // nothing has been drawn on it
     bool placed = false;
     RECT dest{}, source{};
     QRect seen;  // of dest
@@ -114,7 +115,9 @@ struct OVERLAY_SURFACE : QObject {
         const bool made = !window;
         if (made) window = new PICTURE_WINDOW(this, card->context.format(), frame);
         window->setGeometry(seen.translated(canvas->mapTo(canvas->window(), QPoint(0, 0))));
-        if (made) window->show();
+        if (!made) return;
+        window_new = true;
+        window->show();
     }
 };
 
@@ -136,6 +139,7 @@ void OVERLAY_SURFACE::draw() {
     }
     lost = !card_draw(card.get(), window, all.height(), place, qt_rect(source), icons);
     if (lost) canvas->update();  // which tells the caller
+    if (std::exchange(window_new, false)) frame_renew(canvas->window());
 }
 
 static OVERLAY_SURFACE* usable(OVERLAY_SURFACE* surface) {

@@ -112,10 +112,17 @@ POINT window_from_screen(const WINDOW* window, POINT point) {
     return {at.x(), at.y()};
 }
 
+void frame_renew(QWidget* frame) {
+    if (QGuiApplication::platformName().startsWith("wayland")) frame->update(0, 0, 1, 1);
+}
+
 // In a title "[*]" stands for a mark of the desktop's; doubled it stands for itself.
 void window_set_title(WINDOW* window, const std::string& title) {
-    if (QWidget* frame = frame_of(window))
-        frame->setWindowTitle(QString::fromStdString(title).replace("[*]", "[*][*]"));
+    QWidget* frame = frame_of(window);
+    if (!frame) return;
+    const QString before = frame->windowTitle();
+    frame->setWindowTitle(QString::fromStdString(title).replace("[*]", "[*][*]"));
+    if (frame->windowTitle() != before) frame_renew(frame);
 }
 std::string window_title(const WINDOW* window) {
     const QWidget* frame = frame_of(window);
