@@ -100,8 +100,8 @@ void window_tell_place(WINDOW* window);
 /// Lays a hidden window out, so that its sizes are those that it will have.
 void window_lay_out(const WINDOW* window);
 void window_place_progress(WINDOW* window);
-/// Under Wayland a new title, and a new window inside the frame, are seen only with the frame's next picture: this makes
-/// one soon.
+/// Under Wayland a new title, and a new window inside the frame, are seen only with the frame's next picture: this
+/// makes one soon.
 void frame_renew(QWidget* frame);
 /// What a WM_PAINT starts and ends with.
 void window_paint(WINDOW* window, QWidget* widget);
