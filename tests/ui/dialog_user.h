@@ -20,18 +20,13 @@ inline intptr_t user_proc(WINDOW* window, uint32_t message, uintptr_t wparam, in
     step(dialog_current());
     return 0;
 }
-inline WINDOW* user_start() {
-    WINDOW* window = window_create({WINDOW_TOOL, 0, "", nullptr, user_proc, 0, 0, 1, 1});
-    timer_start(window, 1, 100);
-    return window;
-}
+inline void user_start() { timer_start(window_create({WINDOW_TOOL, 0, "", nullptr, user_proc, 0, 0, 1, 1}), 1, 100); }
 
 inline void press(WINDOW* dialog, int id, int note = NOTE_CLICKED) {
     window_send(dialog, WM_COMMAND, uintptr_t(id) | uintptr_t(note) << 16, 0);
 }
-inline USER_STEP presses(int id) {
-    return [id](WINDOW* dialog) { press(dialog, id); };
-}
+inline void put(WINDOW* dialog, int id, const std::string& text) { control_set_text(control_of(dialog, id), text); }
+inline void put(WINDOW* dialog, int id, int value) { control_set_value(control_of(dialog, id), value); }
 inline void check(WINDOW* dialog, int id, bool on) {
     control_check(control_of(dialog, id), on);
     press(dialog, id);
@@ -45,4 +40,21 @@ inline int row_with(WINDOW* control, const std::string& text) {
     for (int i = 0; i < rows_count(control); ++i)
         if (rows_text(control, i).starts_with(text)) return i;
     return -1;
+}
+
+/// The step that presses a button.
+inline USER_STEP presses(int id) {
+    return [id](WINDOW* dialog) { press(dialog, id); };
+}
+/// The step that does something and then agrees.
+inline USER_STEP agrees(const USER_STEP& after) {
+    return [after](WINDOW* dialog) {
+        after(dialog);
+        press(dialog, ID_OK);
+    };
+}
+/// The step that gives a field a text or a value and agrees.
+template <typename T>
+USER_STEP types(int id, T value) {
+    return agrees([id, value](WINDOW* dialog) { put(dialog, id, value); });
 }

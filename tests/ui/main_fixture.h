@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
 
 #include "core/edit_state.h"
 #include "core/frame_table.h"
@@ -20,6 +19,7 @@
 #include "platform/window_input.h"
 #include "platform/window_menu.h"
 #include "support/command.h"
+#include "ui/dialog_user.h"
 #include "ui/dialogs.h"
 #include "ui/main_menu.h"
 #include "ui/main_window.h"
@@ -40,9 +40,12 @@ struct MAIN_FIXTURE : testing::Test {
         home();
         file_delete(settings_file());
         ASSERT_TRUE(window_system_start("vantel"));
+        user_start();
         start();
     }
     void TearDown() override {
+        EXPECT_TRUE(user.empty()) << "a dialog did not come";
+        user.clear();
         stop();
         window_system_stop();
     }

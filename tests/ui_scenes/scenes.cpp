@@ -146,21 +146,17 @@ static void scene_filters() {
     }
 }
 
-static void scene_settings() {
-    user = {[](WINDOW* dialog) {
-        dialog_picture(dialog, "settings");
-        press(dialog, ID_CANCEL);
-    }};
-    command(108);
-}
-
-static void scene_save() {
-    open_clip();
-    user = {[](WINDOW* dialog) {
-        dialog_picture(dialog, "save");
+static void dialog_scene(int id, const char* name) {
+    user = {[name](WINDOW* dialog) {
+        dialog_picture(dialog, name);
         dialog_end(dialog, ID_CANCEL);
     }};
-    command(1003);
+    command(id);
+}
+static void scene_settings() { dialog_scene(108, "settings"); }
+static void scene_save() {
+    open_clip();
+    dialog_scene(1003, "save");
 }
 
 static constexpr struct {
