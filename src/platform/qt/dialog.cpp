@@ -143,9 +143,12 @@ void dialog_wait(QDialog* dialog, WINDOW* window) {
     QEventLoop loop;
     QObject::connect(dialog, &QDialog::finished, &loop, &QEventLoop::quit);
     QObject::connect(dialog, &QObject::destroyed, &loop, &QEventLoop::quit);
+    // The loop may handle more before it sees that it is to end, and that must not find an answered dialog.
+    const auto leave = [window] { std::erase(modal_dialogs(), window); };
+    QObject::connect(dialog, &QDialog::finished, &loop, leave);
     modal_dialogs().push_back(window);
     loop.exec(QEventLoop::DialogExec);
-    std::erase(modal_dialogs(), window);
+    leave();
 }
 
 int dialog_run(const DIALOG_TEMPLATE& dialog, WINDOW* parent, DIALOG_PROC proc, void* data) {
