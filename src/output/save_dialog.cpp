@@ -8,6 +8,7 @@
 #include "core/edit_state.h"
 #include "core/file_filter.h"
 #include "core/ui_hooks.h"
+#include "output/codec_headers.h"
 #include "output/save_flags.h"
 #include "output/save_name.h"
 #include "platform/text.h"
@@ -65,7 +66,7 @@ bool save_dialog_enabled(const SAVE_DIALOG* dialog, int control) {
 void save_dialog_set_video_copy(SAVE_DIALOG* dialog, bool on) {
     if (!save_dialog_enabled(dialog, SAVE_CONTROL_VIDEO_COPY)) return;
     dialog->video_copy = on;
-    const uint32_t handler = dialog->edit->base.video_stream.fccHandler;
+    const uint32_t handler = codec_headers_compressor(dialog->edit->base.video_stream.fccHandler);
     if (on && codec_can_compress(handler)) codec_reset_setting(&dialog->edit->save_context.decoder, handler);
 }
 

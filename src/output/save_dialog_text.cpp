@@ -5,6 +5,7 @@
 #include "core/audio_format.h"
 #include "core/edit_state.h"
 #include "hosts/filter.h"
+#include "output/codec_headers.h"
 #include "output/save_dialog.h"
 #include "pipeline/frame_schedule.h"
 #include "readers/codec.h"
@@ -76,7 +77,7 @@ std::string save_dialog_video_text(const SAVE_DIALOG* dialog) {
     const EDIT_STATE* edit = dialog->edit;
     if (dialog->mode == OUTPUT_KIND_PLUGIN) return dialog->title;
     if (!dialog->video_copy) return codec_name(edit->save_context.decoder.handler);
-    const uint32_t handler = edit->base.video_stream.fccHandler;
+    const uint32_t handler = codec_headers_compressor(edit->base.video_stream.fccHandler);
     const std::string name = codec_name(handler);
     return codec_can_compress(handler) ? name : name + " (" + language_string(STR_CODEC_NO_RECOMPRESS) + ")";
 }

@@ -20,7 +20,7 @@ struct OutputDialogs : MAIN_FIXTURE {
     }
 };
 
-constexpr uint32_t XVID = VANTEL_FOURCC('X', 'V', 'I', 'D');
+constexpr uint32_t XVID = VANTEL_FOURCC('X', 'V', 'I', 'D'), FMP4 = VANTEL_FOURCC('F', 'M', 'P', '4');
 
 void choose_program(WINDOW* dialog) {
     WINDOW *program = control_of(dialog, 32500), *quality = control_of(dialog, 32000);
@@ -103,6 +103,16 @@ TEST_F(OutputDialogs, SoundFormat) {
     EXPECT_EQ(audio_format_head(setting->target_format).nSamplesPerSec, odd);
 }
 
+TEST_F(OutputDialogs, NoWavFileOfAac) {
+    text_copy(edit->save_name, PATH_SIZE, text_from_utf8(folder / "out.wav"));
+    user = {agrees([](WINDOW* dialog) { press(dialog, 32301); }),
+            agrees([](WINDOW* dialog) { select(dialog, 32500, row_with(control_of(dialog, 32500), "AAC")); }),
+            presses(ID_OK)};  // the sound cannot be compressed like that
+    EXPECT_EQ(save_run(edit, SAVE_REQ_WAV), 0);
+    EXPECT_EQ(audio_format_head(edit->audio_setting.target_format).wFormatTag, 0xFF);
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.wav"));
+}
+
 TEST_F(OutputDialogs, FilesToJoin) {
     CHAIN_DIALOG chain{};
     text_copy(chain.start, PATH_SIZE, clip("part8.avi"));
@@ -150,12 +160,14 @@ TEST_F(OutputDialogs, FilesToMix) {
 }
 
 TEST_F(OutputDialogs, SaveOptionsOutliveACancelledBox) {
+    edit->base.video_stream.fccHandler = VANTEL_FOURCC('M', 'P', '4', 'V');  // compressed under another name
     user = {[&](WINDOW* dialog) {
                 EXPECT_NE(control_text(control_of(dialog, 32406)).find("64x48  30.000fps"), std::string::npos);
                 check(dialog, 32202, true);
                 check(dialog, 32201, true);
                 EXPECT_FALSE(window_enabled(control_of(dialog, 32301)) || window_enabled(control_of(dialog, 32203)));
                 check(dialog, 32200, true);
+                EXPECT_EQ(control_text(control_of(dialog, 32400)), text_to_utf8(codec_name(FMP4)));
                 put(dialog, 32000, 5);
                 press(dialog, 32000, NOTE_CHANGED);
                 press(dialog, 32303);
@@ -167,6 +179,7 @@ TEST_F(OutputDialogs, SaveOptionsOutliveACancelledBox) {
     EXPECT_EQ(edit->audio_setting.interleave, 5);
     EXPECT_TRUE(edit->audio_setting.audio_flags & AUDIO_SETTING_NONE);
     EXPECT_TRUE(edit->video_setting.setting_flags & VIDEO_SETTING_COPY);
+    EXPECT_EQ(edit->video_setting.handler, FMP4);
     EXPECT_EQ(text_to_utf8(edit->ex_title), "題名");
 
     user = {[](WINDOW* dialog) {
