@@ -132,6 +132,8 @@ static bool begin_wav(AVI_WRITER* w, const SAVE_CONTEXT* context, uint32_t flags
 }
 
 static int open_steps(AVI_WRITER* w, SAVE_CONTEXT* context, const char* name, uint32_t flags) {
+    // In one run of bytes nobody finds packets that say nothing of their length. A file of that name stays.
+    if ((flags & SAVE_WAV_FILE) && converts_sound(flags) && avi_sound_by_packets(context)) return AVI_NO_AUDIO_CODEC;
     if (!writer_start(w, name, chunks_a_frame(context, flags))) return AVI_NO_FILE;
     if (const int result = sessions_open(context, flags); result != AVI_OK) return result;
     if (flags & (SAVE_WAV_FILE | SAVE_AUDIO)) w->stream[AVI_AUDIO].strh = avi_header_audio(context, flags);

@@ -36,8 +36,8 @@ void avi_writer_set_frame_limit(int frames);
 /// "INFO" included (see avi_info_add), at most 4096 bytes; size 0: none. Taken: an AVI file needs SAVE_VIDEO, and no
 /// file may be open. AVI_OK, or: AVI_NO_FILE the file cannot be created, or another process is writing it (a second
 /// attempt is made after one second, but a folder is refused at once), the headers have no room, memory is short;
-/// AVI_NO_AUDIO_CODEC, AVI_NO_VIDEO_CODEC no session could be opened. After a failure nothing is open; a file that was
-/// created stays.
+/// AVI_NO_AUDIO_CODEC, AVI_NO_VIDEO_CODEC no session could be opened, or a WAV file is to have sound in packets without
+/// borders (AAC). After a failure nothing is open; a file that was created stays.
 int avi_open(SAVE_CONTEXT* context, const char* name, uint32_t flags, const void* info, size_t info_size);
 
 /// Finishes and closes whatever is open, without waiting for the disk. 1 when everything that was given to the writer
