@@ -38,10 +38,10 @@ QImage mark_image(const MARK& mark, const QPalette& palette, qreal ratio) {
     const QRect box(0, 0, mark.rect.width, mark.rect.height);
     QImage image((QSizeF(box.size()) * ratio).toSize(), QImage::Format_RGB32);
     image.setDevicePixelRatio(ratio);
+    image.fill(palette.color(QPalette::Window));
     QPainter painter(&image);
-    const QBrush& face = palette.button();
-    qDrawWinPanel(&painter, box, palette, true, &face);
-    mark.icon.paint(&painter, box.adjusted(2, 2, -2, -2));
+    qDrawShadePanel(&painter, box, palette, true);
+    mark.icon.paint(&painter, box);
     return image;
 }
 

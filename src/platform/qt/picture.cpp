@@ -28,7 +28,7 @@ QImage part_to_screen(const BITMAPINFOHEADER& header, const uint8_t* pixels, con
     const auto width = size_t(part.width()), height = size_t(part.height());
     if (screen_rows.size() < width * height) screen_rows.resize(width * height);
     auto* rows = reinterpret_cast<uchar*>(screen_rows.data());
-    const auto stride = qsizetype(width * sizeof(uint32_t));
+    const qsizetype stride = qsizetype{part.width()} * qsizetype{sizeof(uint32_t)};
     rows_to_screen(rows, stride, header, pixels, part);
     return {rows, part.width(), part.height(), stride, QImage::Format_RGB32};
 }
@@ -49,6 +49,17 @@ QImage* image_behind(const QPainter* painter, QRect* place) {
     return QRegion(*place).subtracted(clip).isEmpty() ? image : nullptr;
 }
 
+/// Draws at the device's whole pixels, where fills end as well: at a scale such as 4/3 pictures side by side would
+/// leave gaps.
+void draw_image(QPainter* painter, const QRectF& dest, const QImage& image, bool smooth) {
+    const QTransform to_device = painter->deviceTransform();
+    const QRectF exact = to_device.mapRect(dest);
+    const QRectF whole(QPointF(qRound(exact.left()), qRound(exact.top())),
+                       QPointF(qRound(exact.right()), qRound(exact.bottom())));
+    painter->setRenderHint(QPainter::SmoothPixmapTransform, smooth);
+    painter->drawImage(to_device.inverted().mapRect(whole), image, QRectF(image.rect()));
+}
+
 /// Pixel for pixel, straight into what the window shows where that can be, else in strips that stay in the processor's
 /// cache between the two copies.
 void draw_unscaled(QPainter* painter, QPoint at, const BITMAPINFOHEADER& header, const uint8_t* pixels,
@@ -62,7 +73,7 @@ void draw_unscaled(QPainter* painter, QPoint at, const BITMAPINFOHEADER& header,
     constexpr int STRIP_ROWS = 16;
     for (int y = 0; y < part.height(); y += STRIP_ROWS) {
         const QRect strip(part.x(), part.y() + y, part.width(), std::min(STRIP_ROWS, part.height() - y));
-        painter->drawImage(at + QPoint(0, y), part_to_screen(header, pixels, strip));
+        draw_image(painter, QRect(at + QPoint(0, y), strip.size()), part_to_screen(header, pixels, strip), false);
     }
 }
 
@@ -87,9 +98,7 @@ void draw_picture(WINDOW* window, const RECT& dest, const BITMAPINFOHEADER& head
                       part);
         return;
     }
-    const QImage image = part_to_screen(header, pixels, part);
-    painter->setRenderHint(QPainter::SmoothPixmapTransform, smooth);
-    painter->drawImage(part_place(dest, source, part), image, QRectF(image.rect()));
+    draw_image(painter, part_place(dest, source, part), part_to_screen(header, pixels, part), smooth);
 }
 
 void picture_clear() { std::vector<uint32_t>().swap(screen_rows); }
