@@ -16,11 +16,11 @@ enum CONTROL_KIND {
     CONTROL_SPACE,  // takes the room that is left
     CONTROL_RULE,   // a line
     // controls
-    CONTROL_LABEL,  // text, which may be long and then wraps
+    CONTROL_LABEL,  // text, which may be long and then wraps; low = 1: at the right
     CONTROL_CHECK,
     CONTROL_RADIO,
     CONTROL_BUTTON,       // push button
-    CONTROL_ICON_BUTTON,  // icon in `text`; fires at the press and repeats like a key while held
+    CONTROL_ICON_BUTTON,  // icon in `text`, `unit`: what it does; fires at the press and repeats like a key while held
     CONTROL_EDIT,         // one line of text; low = 1: read only
     CONTROL_TEXT,         // several lines of text, low = 1: read only
     CONTROL_NUMBER,       // whole number from low to high with steps
@@ -54,7 +54,7 @@ enum CONTROL_NOTE {
     NOTE_SELECTED = 1,   // lists and combos: another row
     NOTE_ACTIVATED = 2,  // list: double click or Enter
     NOTE_MOVED = 3,      // list: a row was dragged, see rows_moved; the list is not to be filled anew meanwhile
-    NOTE_FOCUS = 0x100,  // edits
+    NOTE_FOCUS = 0x100,  // edits and combos with free text; a menu that is open takes nothing from them
     NOTE_BLUR = 0x200,
     NOTE_CHANGED = 0x400,  // edits, numbers: by the user; not by control_set_...
 };

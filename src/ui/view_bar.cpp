@@ -30,8 +30,9 @@ static WINDOW* make_control(WINDOW* window, CONTROL_KIND kind, int id, const cha
     line.kind = kind;
     line.id = id;
     line.text = text;
+    line.unit = language_text_utf8(name);
     WINDOW* control = control_create(window, line, {0, 0, BUTTON_SIZE, BUTTON_SIZE});
-    if (control) window_set_name(control, language_text_utf8(name));
+    if (control) window_set_name(control, line.unit);
     return control;
 }
 

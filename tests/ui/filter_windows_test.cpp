@@ -432,6 +432,26 @@ TEST_F(FilterWindows, PlacesAreKeptAndMonitorsMayGo) {
     EXPECT_EQ(stored("gone", {"disp", "w"}), (std::vector{1, -1}));
 }
 
+TEST_F(FilterWindows, ArrangedWindowsGoDownTheScreenInListOrder) {
+    const FILTER* first = add("first");
+    add("none", FILTER_F_NO_WINDOW);
+    const FILTER* second = add("second", FILTER_F_SIZABLE);
+    start();
+    window_resize_client(window(second), 410, 310);
+    window_move(window(first), 700, 500);
+    filter_windows_arrange(main);
+    const RECT frame = window_frame(main);
+    EXPECT_TRUE(frame.left == 0 && frame.top == 0);
+    int k = filter_windows.window_n - 1;
+    for (const FILTER* filter : {first, second}) {
+        const POINT place = filter_window_place(k++, screen_desktop().height);
+        const RECT at = window_frame(window(filter));
+        EXPECT_TRUE(at.left == place.x && at.top == place.y) << filter->name;
+        EXPECT_TRUE(filter->pos_x == place.x && filter->pos_y == place.y) << filter->name;
+    }
+    EXPECT_EQ(size_of(window_client(window(second))), (std::pair{410, 310}));
+}
+
 /// A pixel of a window of the histogram's size, as it is painted.
 static uint32_t colour_of(WINDOW* window, int x, int y) {
     const std::string path = settings_folder_file("window.png");
@@ -455,6 +475,10 @@ TEST_F(FilterWindows, SizeOfTheClipIsTypedOrChosen) {
     control_set_text(size, "352*10");
     EXPECT_EQ(command(clip, 20000 | NOTE_CHANGED << 16), 1);
     EXPECT_TRUE(clip_target_get(clip).width == 352 && clip_target_get(clip).height == 0);
+    EXPECT_EQ(control_text(size), "352*10") << "while it is typed";
+    command(clip, 20000 | NOTE_BLUR << 16);
+    EXPECT_EQ(control_text(size), language_text_utf8(STR_NONE));
+    control_set_text(size, "352*10");
     control_check(aspect, true);
     EXPECT_EQ(command(clip, 20001), 1);
     EXPECT_EQ(command(clip, 20001), 0);

@@ -6,8 +6,11 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/image.h"
 #include "platform/overlay.h"
 #include "platform/window_box.h"
+#include "platform/window_draw.h"
+#include "platform/window_menu.h"
 #include "window_fixture.h"
 
 namespace {
@@ -148,6 +151,25 @@ TEST_F(Control, InputIsToldToTheHolder) {
     EXPECT_EQ(told_count(TEXT, NOTE_CHANGED), 1);
 }
 
+TEST_F(Control, AnOpenMenuLeavesAFieldAsItIs) {
+    MENU* menu = menu_create({{MENU_LINE::ITEM, 60, "Copy", ""}});
+    at_message[WM_TIMER] = [](const SEEN& s) {
+        timer_stop(s.window, 1);
+        input_key(s.window, KEY_ESCAPE);
+    };
+    for (const int id : {EDIT, FREE}) {
+        window_focus(of(id));
+        EXPECT_EQ(told_count(id, NOTE_FOCUS), 1);
+        timer_start(window, 1, 20);
+        menu_popup(window, menu, 10, 10);
+        EXPECT_EQ(told_count(id, NOTE_FOCUS), 1);
+        EXPECT_EQ(told_count(id, NOTE_BLUR), 0);
+        window_focus(of(NUMBER));
+        EXPECT_EQ(told_count(id, NOTE_BLUR), 1);
+    }
+    menu_destroy(menu);
+}
+
 TEST_F(Control, SliderScrollsThroughTheQueue) {
     slider_set_steps(of(SLIDER), 100000, 4194303);
     slider_set_selection(of(SLIDER), 1000000, 8000000);
@@ -234,7 +256,8 @@ TEST_F(Control, DialogIsAnsweredByCommands) {
 }
 
 TEST_F(Control, FileBoxWithOptionsIsAnsweredFromInside) {
-    const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "file_box_test";
+    const std::filesystem::path folder =
+        std::filesystem::path(testing::TempDir()) / ("file_box." + std::to_string(getpid()));
     std::filesystem::create_directories(folder);
     std::ofstream(folder / "there.avi") << "x";
     const auto run = [&](const char* name, int post, const char* did) {
@@ -253,6 +276,38 @@ TEST_F(Control, FileBoxWithOptionsIsAnsweredFromInside) {
     EXPECT_TRUE(run("new", ID_CANCEL, "2d").empty());
     EXPECT_EQ(run("there.avi", ID_OK, "1"), std::vector{(folder / "there.avi").string()});
     std::filesystem::remove_all(folder);
+}
+
+// ---- pictures
+
+TEST(PicturesAtAScale, MeetEachOtherAndWhatIsFilled) {
+    constexpr uint32_t GAP = 0xFF00FF;
+    constexpr int SIDE = 90;
+    setenv("QT_SCALE_FACTOR", "1.3333", 1);
+    ASSERT_TRUE(window_system_start("window_test"));
+    WINDOW* window = WINDOW_FIXTURE::make(WINDOW_MAIN, nullptr);
+    at_message[WM_PAINT] = [](const SEEN& s) {
+        static const std::vector<uint8_t> white(size_t{SIDE} * 4 * SIDE, 0xFF);
+        const BITMAPINFOHEADER header = {40, SIDE, SIDE, 1, 24, 0, 0, 0, 0, 0, 0};
+        draw_fill(s.window, {0, 0, 200, 100}, GAP);
+        draw_picture(s.window, {1, 2, SIDE, SIDE}, header, white.data(), {0, 0, SIDE, SIDE}, false);
+        draw_picture(s.window, {1 + SIDE, 2, 50, SIDE}, header, white.data(), {0, 0, 25, SIDE / 2}, true);
+        for (const RECT& margin : {RECT{0, 0, 200, 2}, {0, 2, 1, SIDE}, {0, 2 + SIDE, 200, 8}, {141, 2, 59, SIDE}})
+            draw_fill(s.window, margin, 0xFFFFFF);
+    };
+    const std::string path = testing::TempDir() + "/control_test." + std::to_string(getpid());
+    ASSERT_TRUE(window_picture(window, path));
+    int width = 0, height = 0, gaps = 0;
+    ASSERT_TRUE(image_file_size(path.c_str(), &width, &height));
+    EXPECT_GT(width, 260);
+    std::vector<uint8_t> bgra(size_t(width) * size_t(height) * 4);
+    EXPECT_EQ(image_file_read(path.c_str(), width, height, bgra.data()), IMAGE_WHOLE);
+    for (size_t i = 0; i < bgra.size(); i += 4) gaps += bgra[i + 1] == 0;
+    EXPECT_EQ(gaps, 0);
+    std::filesystem::remove(path);
+    at_message.clear();
+    window_system_stop();
+    unsetenv("QT_SCALE_FACTOR");
 }
 
 // ---- video

@@ -26,12 +26,15 @@ void notify(const QWidget* widget, int note) {
     if (WINDOW* control = window_of(widget)) control_notify(control, note);
 }
 
-/// Tells the holder that an edit got or lost the keyboard.
+/// Tells the holder that an edit got or lost the keyboard. An open menu has the keys, not the focus: what it copies and
+/// pastes must still be selected then.
 struct FOCUS_NOTES : QObject {
     using QObject::QObject;
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::FocusIn) notify(static_cast<QWidget*>(watched), NOTE_FOCUS);
-        if (event->type() == QEvent::FocusOut) notify(static_cast<QWidget*>(watched), NOTE_BLUR);
+        if (event->type() != QEvent::FocusIn && event->type() != QEvent::FocusOut) return false;
+        const auto* focus = static_cast<QFocusEvent*>(event);
+        if (focus->reason() == Qt::PopupFocusReason || focus->reason() == Qt::MenuBarFocusReason) return false;
+        notify(static_cast<QWidget*>(watched), focus->gotFocus() ? NOTE_FOCUS : NOTE_BLUR);
         return false;
     }
 };
@@ -61,6 +64,7 @@ struct PICTURE_FIELD : QWidget {
 QWidget* label_make(WINDOW*, QWidget* parent, const CONTROL_LINE& line) {
     auto* label = new QLabel(qt_text(line.text), parent);
     label->setTextFormat(Qt::PlainText);
+    if (line.low == 1) label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     label->setWordWrap(line.text.size() > WRAP_FROM);
     if (line.width > 0) label->setMinimumWidth(line.width * label->fontMetrics().horizontalAdvance('0'));
     if (label->wordWrap()) label->setMinimumWidth(WRAP_FROM * label->fontMetrics().averageCharWidth());
@@ -138,6 +142,7 @@ void combo_connect(QWidget* widget) {
     QObject::connect(combo, chosen, [widget] { notify(widget, NOTE_SELECTED); });
     if (!combo->lineEdit()) return;
     QObject::connect(combo->lineEdit(), &QLineEdit::textEdited, [widget] { notify(widget, NOTE_CHANGED); });
+    focus_notes(widget);
 }
 
 QWidget* list_make(WINDOW*, QWidget* parent, const CONTROL_LINE& line) {
