@@ -11,7 +11,9 @@
 #include <atomic>
 #include <bit>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <new>
 
 #include "platform/futex.h"
@@ -182,5 +184,11 @@ bool process_set_priority(int level) {
     static constexpr int NICE[] = {19, 10, 0, -5, -10, -20};  // levels -2 .. 3
     static const int nice_at_start = getpriority(PRIO_PROCESS, 0);
     const int nice = level == 0 ? nice_at_start : NICE[std::clamp(level, -2, 3) + 2];
-    return setpriority(PRIO_PROCESS, 0, nice) == 0;
+    if (setpriority(PRIO_PROCESS, 0, nice) != 0) return false;
+    // Here that is the calling thread alone. Those made later take after it, but not those that are there.
+    std::error_code error;
+    std::filesystem::directory_iterator task("/proc/self/task", error), end;
+    for (; !error && task != end; task.increment(error))
+        setpriority(PRIO_PROCESS, id_t(std::atoi(task->path().filename().c_str())), nice);
+    return true;
 }

@@ -6,11 +6,14 @@
 #include "platform/thread.h"
 
 int priority_apply(int level) {
+    static int reached;
     level = std::clamp(level, -2, 3);
-    while (level > 0 && !process_set_priority(level)) --level;
-    // Going back up needs a privilege, too, so a process that was slowed down may have to stay slow.
-    if (level <= 0) process_set_priority(level);
-    return level;
+    while (!process_set_priority(level)) {
+        // Going back up needs a privilege, too, so a process that was slowed down may have to stay slow.
+        if (level <= 0) return reached;
+        --level;
+    }
+    return reached = level;
 }
 
 int priority_choose(int level) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -101,4 +102,20 @@ TEST(Processor, NarrowingBindsAndWideningRestores) {
         sched_getaffinity(0, sizeof after, &after);
         EXPECT_TRUE(CPU_EQUAL(&before, &after));
     }).join();
+}
+
+// In a process of its own: going back up needs a privilege.
+TEST(Process, PriorityReachesThreadsThatRunAlready) {
+    const auto lowered = [] {
+        std::atomic<int> worker = 0;
+        std::thread([&worker] {
+            worker = gettid();
+            worker.notify_all();
+            pause();
+        }).detach();
+        worker.wait(0);
+        const bool done = process_set_priority(-2);
+        _exit(done && getpriority(PRIO_PROCESS, id_t(worker.load())) == 19 ? 5 : 1);
+    };
+    EXPECT_EXIT(lowered(), testing::ExitedWithCode(5), "");
 }
