@@ -5,7 +5,7 @@
 /// Boxes and file dialogs of the desktop. Main thread; each returns when the user has answered, while messages of other
 /// windows go on. Texts and paths are UTF-8.
 
-enum BOX_ICON { BOX_PLAIN, BOX_WARNING, BOX_STOP };
+enum BOX_ICON { BOX_PLAIN, BOX_WARNING, BOX_QUESTION, BOX_STOP };
 enum BOX_BUTTONS { BOX_OK, BOX_OK_CANCEL, BOX_YES_NO };
 /// True: OK or Yes. Centred on the owner (null: on the screen). detail: stands below the text.
 bool message_box(WINDOW* owner, const std::string& title, const std::string& text, BOX_ICON icon, BOX_BUTTONS buttons,

@@ -18,7 +18,7 @@ void dialog_warn_file(const char* text, const char* detail) {
 }
 
 bool dialog_ask(const char* text) {
-    return message_box(dialogs_owner(), language_text_utf8(STR_PROGRAM), text_to_utf8(text), BOX_WARNING,
+    return message_box(dialogs_owner(), language_text_utf8(STR_PROGRAM), text_to_utf8(text), BOX_QUESTION,
                        BOX_OK_CANCEL);
 }
 

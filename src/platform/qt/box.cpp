@@ -8,6 +8,7 @@ namespace {
 QMessageBox::Icon box_icon(BOX_ICON icon) {
     switch (icon) {
         case BOX_WARNING: return QMessageBox::Warning;
+        case BOX_QUESTION: return QMessageBox::Question;
         case BOX_STOP: return QMessageBox::Critical;
         default: return QMessageBox::NoIcon;
     }
