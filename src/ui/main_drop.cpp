@@ -10,7 +10,8 @@ static bool extension_is(const std::string& path, const char* extension) {
 }
 
 void main_open_file(EDIT_STATE* edit, const char* path, uint32_t flags) {
-    if (extension_is(path, ".vtp")) flags |= OPEN_PROJECT;
+    // A project is no part of another edit, whatever was asked for.
+    if (extension_is(path, ".vtp")) flags = (flags & ~uint32_t{OPEN_APPEND}) | OPEN_PROJECT;
     if ((flags & OPEN_APPEND) || confirm_close(edit)) open_file(edit, path, flags);
 }
 

@@ -11,6 +11,7 @@
 #include "main_fixture.h"
 #include "output/save.h"
 #include "output/save_flags.h"
+#include "persist/project_save.h"
 #include "resources/string_ids.h"
 #include "ui/file_information.h"
 #include "ui/title.h"
@@ -163,6 +164,8 @@ TEST_F(MainWindow, DroppedFilesOpenByKind) {
     input_drop(main_window(), {second}, {KEY_CONTROL});
     window_pump();
     EXPECT_EQ(edit->frame_n, 80);
+    const std::string project = folder / "p.vtp";
+    ASSERT_EQ(project_save(edit, text_from_utf8(project).c_str()), 1);
     const std::string wav = folder / "s.wav";
     text_copy(edit->save_name, PATH_SIZE, text_from_utf8(wav));
     edit->output_kind = OUTPUT_KIND_WAV;
@@ -177,6 +180,15 @@ TEST_F(MainWindow, DroppedFilesOpenByKind) {
     input_drop(main_window(), {second}, {KEY_CONTROL});  // nothing to append to
     window_pump();
     EXPECT_EQ(edit->frame_n, 40);
+    user = {presses(ID_CANCEL), presses(ID_OK)};
+    system_settings.closedialog = 1;
+    for (const int frames : {40, 80}) {
+        input_drop(main_window(), {project}, {KEY_CONTROL});  // it takes the edit's place, so it is asked first
+        window_pump();
+        EXPECT_EQ(edit->frame_n, frames);
+    }
+    EXPECT_STREQ(edit->project_name, text_from_utf8(project).c_str());
+    system_settings.closedialog = 0;
 }
 
 TEST_F(MainWindow, ClosingEndsTheProgram) {
