@@ -40,7 +40,7 @@ enum WINDOW_MESSAGE : uint32_t {
     WM_KEYDOWN = 256,       // wparam: virtual key, see WINDOW_KEY; lparam: bit 30 set while it repeats
     WM_KEYUP = 257,
     WM_CHAR = 258,        // wparam: UTF-16 unit
-    WM_SYSKEYDOWN = 260,  // a key while Alt is held, or F10, for which window_default opens the menu bar
+    WM_SYSKEYDOWN = 260,  // a key while Alt is held, or F10, for which window_default opens a menu
     WM_SYSKEYUP = 261,
     WM_INITDIALOG = 272,  // controls stand; lparam: the data given to dialog_run
     WM_COMMAND = 273,     // wparam: id | CONTROL_NOTE << 16; lparam: the control, 0 from a menu
@@ -160,8 +160,8 @@ void window_refresh();
 void window_post(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam);
 /// At once. Returns what the procedure returned.
 intptr_t window_send(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam);
-/// Whether a message of this number waits for the window. Wheel turns and movements of a slider or of the pointer wait
-/// in the queue like posted messages, one each.
+/// Whether a message of this number waits for the window. Wheel turns and movements of a slider wait in the queue like
+/// posted messages, one each; of the pointer's only the last, as long as nothing else has come behind it.
 bool window_waiting(WINDOW* window, uint32_t message);
 
 /// WM_TIMER every so many milliseconds; a number in use is started anew. Stopping one that does not run does nothing.

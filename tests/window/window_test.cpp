@@ -24,6 +24,7 @@ TEST_F(WindowTest, QueueKeepsTheOrderAndTellsWhatWaits) {
     window_post(window, WM_USER, 1, 0);
     input_wheel(window, {5, 5}, 120);
     input_wheel(window, {5, 5}, -240);
+    input_move(window, {1, 1});  // the next one takes its place
     input_move(window, {6, 7});
     input_press(window, {6, 7}, INPUT_LEFT);  // behind what waits, or a drag would end before it moves
     std::thread([this] { window_post(window, WM_USER, 2, 0); }).join();
@@ -39,6 +40,7 @@ TEST_F(WindowTest, QueueKeepsTheOrderAndTellsWhatWaits) {
     EXPECT_EQ(turn_of(wheel[1]), -240);
     const POINT corner = window_to_screen(window, {5, 5});
     EXPECT_EQ(wheel[0].lparam, message_point(corner.x, corner.y));
+    EXPECT_EQ(came({WM_MOUSEMOVE})[0].lparam, message_point(6, 7));
 }
 
 TEST_F(WindowTest, FineTurnsOfTheWheelMakeNotches) {
@@ -182,6 +184,10 @@ TEST_F(WindowTest, RightButtonOpensContextMenuAndDoubleClickComesAsSuch) {
     const POINT at = window_to_screen(window, {9, 8});
     EXPECT_EQ(came({WM_CONTEXTMENU})[0].lparam, message_point(at.x, at.y));
     EXPECT_TRUE(pointer_place().x == at.x && pointer_place().y == at.y);
+    seen.clear();
+    input_key(window, KEY_F1 + 9, {KEY_SHIFT});
+    ASSERT_EQ(came({WM_CONTEXTMENU}).size(), 1u);
+    EXPECT_EQ(came({WM_CONTEXTMENU})[0].lparam, -1);
     seen.clear();
     window_enable(window, false);
     click(window, {9, 8});

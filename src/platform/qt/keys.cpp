@@ -60,6 +60,8 @@ constexpr KEY_ROW SIGN_KEYS[] = {
 };
 /// Signs with a key of their own on a Japanese keyboard, where they need no Shift.
 constexpr KEY_ROW JAPANESE_KEYS[] = {{Qt::Key_At, KEY_OEM_3}, {Qt::Key_AsciiCircum, KEY_OEM_7}};
+/// Many European keyboards have these on the digits, with AltGr.
+constexpr KEY_ROW BRACKET_KEYS[] = {{Qt::Key_BracketLeft, KEY_OEM_4}, {Qt::Key_BracketRight, KEY_OEM_6}};
 /// Shift with a digit, on a US keyboard.
 constexpr KEY_ROW SHIFTED_DIGITS[] = {
     {Qt::Key_Exclam, '1'},    {Qt::Key_At, '2'},          {Qt::Key_NumberSign, '3'}, {Qt::Key_Dollar, '4'},
@@ -110,6 +112,7 @@ int virtual_key(const QKeyEvent& event) {
     if (plain_character(qt)) return qt;
     if (qt >= Qt::Key_F1 && qt <= Qt::Key_F24) return KEY_F1 + (qt - Qt::Key_F1);
     if (const int key = key_in(NAMED_KEYS, qt)) return key;
+    if (const int key = key_in(BRACKET_KEYS, qt)) return key;
     if (const int key = key_of_place(event.nativeScanCode())) return key;
     return sign_key(qt, event.modifiers() & Qt::ShiftModifier);
 }

@@ -57,6 +57,11 @@ void queue_put(const QUEUED_MESSAGE& message) {
     queue_wake(q);
 }
 
+/// With nothing changed but the place.
+bool same_movement(const QUEUED_MESSAGE& a, const QUEUED_MESSAGE& b) {
+    return a.window == b.window && a.message == b.message && a.wparam == b.wparam && a.modifiers == b.modifiers;
+}
+
 void queue_handle(const QUEUED_MESSAGE& m) {
     QUEUE& q = queue();
     const bool outer = std::exchange(q.handling_input, m.input);
@@ -108,6 +113,11 @@ void queue_input(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lp
     const QUEUED_MESSAGE made{window, message, wparam, lparam, true, modifiers};
     {
         const std::lock_guard lock(q.mutex);
+        // Behind a slow filter movements would pile up, and the picture follow the pointer seconds later.
+        if (message == WM_MOUSEMOVE && !q.waiting.empty() && same_movement(q.waiting.back(), made)) {
+            q.waiting.back() = made;
+            return;
+        }
         wait = wait || !q.waiting.empty();
     }
     if (wait)

@@ -94,7 +94,7 @@ bool window_drop_event(WINDOW* window, QEvent* event) {
     if (type != QEvent::DragEnter && type != QEvent::DragMove && type != QEvent::Drop) return false;
     auto* drop = static_cast<QDropEvent*>(event);
     std::vector<std::string> paths = local_files(*drop->mimeData());
-    if (paths.empty() || !window->widget->isEnabled()) {
+    if (paths.empty() || !window->widget->isEnabled() || QApplication::activeModalWidget()) {
         drop->ignore();
         return true;
     }

@@ -107,7 +107,14 @@ void window_destroy(WINDOW* window) {
     frame->deleteLater();
 }
 
-static bool window_modifier_held() { return key_held(KEY_SHIFT) || key_held(KEY_CONTROL) || key_held(KEY_MENU); }
+/// F10 opens the menu bar, with Shift the context menu.
+static void f10_pressed(WINDOW* window) {
+    if (key_held(KEY_CONTROL) || key_held(KEY_MENU)) return;
+    if (key_held(KEY_SHIFT))
+        window_call(window, WM_CONTEXTMENU, reinterpret_cast<uintptr_t>(window), -1);
+    else
+        menu_bar_open(window);
+}
 
 intptr_t window_default(WINDOW* window, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     if (!window_exists(window)) return 0;
@@ -118,7 +125,7 @@ intptr_t window_default(WINDOW* window, uint32_t message, uintptr_t wparam, intp
                 painter->fillRect(window->widget->rect(), window->widget->palette().window());
             return 0;
         case WM_SYSKEYDOWN:
-            if (wparam == KEY_F1 + 9 && !window_modifier_held()) menu_bar_open(window);
+            if (wparam == KEY_F1 + 9) f10_pressed(window);
             return 0;
         case WM_RBUTTONUP: {
             const POINT at = window_to_screen(window, {message_x(lparam), message_y(lparam)});
