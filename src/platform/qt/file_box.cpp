@@ -1,8 +1,11 @@
+#include <QDateTime>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QHeaderView>
 #include <QRegularExpression>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 #include "platform/qt/qt_control.h"
@@ -108,6 +111,18 @@ void file_fill_panel(WINDOW* window, QWidget* panel, const DIALOG_TEMPLATE& opti
     row->addStretch(1);
 }
 
+/// The dates of the files are cut in most languages: room for them in the list, and in the window for the list.
+void file_make_room(QFileDialog* frame) {
+    constexpr int DATE = 3, CHARS = 120, ROWS = 32;
+    const QFontMetrics font = frame->fontMetrics();
+    if (const auto* list = frame->findChild<QTreeView*>("treeView")) {
+        const QString now = QLocale::system().toString(QDateTime::currentDateTime(), QLocale::ShortFormat);
+        const int room = font.horizontalAdvance(now + "0000");
+        if (list->header()->sectionSize(DATE) < room) list->header()->resizeSection(DATE, room);
+    }
+    frame->resize(frame->sizeHint().expandedTo({CHARS * font.averageCharWidth(), ROWS * font.lineSpacing()}));
+}
+
 /// Shows it until it is answered. It ends with its window, or else here.
 std::vector<std::string> file_wait(FILE_FRAME* frame) {
     std::vector<std::string> paths;
@@ -117,6 +132,7 @@ std::vector<std::string> file_wait(FILE_FRAME* frame) {
         for (const QString& path : frame->selectedFiles()) paths.push_back(path.toStdString());
     });
     WINDOW* window = frame->window;
+    file_make_room(frame);
     frame->show();
     dialog_wait(frame, window);
     window_destroy(window);

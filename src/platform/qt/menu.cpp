@@ -1,13 +1,23 @@
+#include <QApplication>
+#include <QFontMetrics>
 #include <QLayout>
 #include <QMainWindow>
+#include <QToolButton>
 #include <algorithm>
 
 #include "platform/qt/qt_menu.h"
 
 namespace {
 
+/// A path may be longer than the screen is wide; its middle says least.
+QString shortened(const QString& text) {
+    constexpr int CHARS = 100;
+    const QFontMetrics font(QApplication::font("QMenu"));
+    return font.elidedText(text, Qt::ElideMiddle, CHARS * font.averageCharWidth(), Qt::TextShowMnemonic);
+}
+
 void action_set_text(QAction* action, const QString& text, const QString& keys) {
-    action->setText(keys.isEmpty() ? text : text + '\t' + keys);
+    action->setText(keys.isEmpty() ? shortened(text) : shortened(text) + '\t' + keys);
 }
 
 /// The marks as the program set them: Qt changes them by itself when an entry is chosen.
@@ -126,6 +136,8 @@ void menu_attach(WINDOW* window, MENU* menu) {
     window->menu = menu;
     menu->owner = window;
     menu->bar = new QMenuBar(frame);
+    // What leads to popups without room has a picture that is dark in every theme; an arrow has the theme's colour.
+    if (auto* more = menu->bar->findChild<QToolButton*>()) more->setArrowType(Qt::DownArrow);
     menu->bar->addActions(menu->menu->actions());
     if (auto* main = dynamic_cast<QMainWindow*>(frame))
         main->setMenuBar(menu->bar);
