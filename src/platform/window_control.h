@@ -87,7 +87,7 @@ void control_set_text(WINDOW* control, const std::string& text);
 void control_select_all(WINDOW* control);
 bool control_checked(const WINDOW* control);
 void control_check(WINDOW* control, bool on);
-/// Numbers and sliders. An empty number field gives `low`.
+/// Numbers and sliders. An empty number field gives 0, or what is nearest to it in the range.
 int control_value(const WINDOW* control);
 void control_set_value(WINDOW* control, int value);
 void control_set_range(WINDOW* control, int low, int high);

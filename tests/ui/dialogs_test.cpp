@@ -90,6 +90,7 @@ TEST_F(Dialogs, SystemShowsAndStoresEverySetting) {
                 for (int i = 0; i < SETTING_N; ++i) expect_default(dialog, SETTING_TABLE[i]);
                 put(dialog, 32000, 1921);
                 put(dialog, 32005, -12);
+                put(dialog, 32006, "");
                 control_check(control_of(dialog, 32220), true);
                 put(dialog, 32101, "%p_新");
                 put(dialog, 32103, std::string(300, '1'));
@@ -104,6 +105,7 @@ TEST_F(Dialogs, SystemShowsAndStoresEverySetting) {
     settings_read();
     EXPECT_EQ(system_settings.width, 1928);
     EXPECT_EQ(system_settings.moveA, -12);
+    EXPECT_EQ(system_settings.moveB, 0);
     EXPECT_EQ(text_to_utf8(system_settings.defaultsavefile), "%p_新");
     EXPECT_STREQ(system_settings.resizelist, "64x48");
 }

@@ -80,7 +80,7 @@ int NUMBER_FIELD::number() const {
     // Numbers beyond 64 bits cannot be typed, see validate.
     bool good = false;
     const qlonglong typed = locale().toLongLong(text(), &good);
-    return good ? int(std::clamp<qlonglong>(typed, minimum(), maximum())) : minimum();
+    return good ? int(std::clamp<qlonglong>(typed, minimum(), maximum())) : std::clamp(0, minimum(), maximum());
 }
 
 QValidator::State NUMBER_FIELD::validate(QString& text, int&) const {

@@ -58,7 +58,7 @@ struct NUMBER_FIELD : QSpinBox {
     int chars = 0;
     int told = 0;  // the value of the last note
     NUMBER_FIELD(QWidget* parent, const CONTROL_LINE& line);
-    int number() const;  // as typed, in the range; the lowest one when empty
+    int number() const;  // as typed, in the range; as near to 0 as it allows when empty
     using QSpinBox::textFromValue;
     QValidator::State validate(QString& text, int& place) const override;
     void fixup(QString& text) const override;
