@@ -115,9 +115,9 @@ TEST_F(Control, NumbersStayInTheirRange) {
     window_show(window, false);
     window_show(window, true);
     EXPECT_EQ(control_text(number), "");
-    EXPECT_EQ(control_value(number), -5);
-    control_set_value(number, -5);
-    EXPECT_EQ(control_text(number), "-5");
+    EXPECT_EQ(control_value(number), 0);
+    control_set_value(number, 0);
+    EXPECT_EQ(control_text(number), "0");
     control_set_range(number, 10, 20);
     EXPECT_EQ(control_value(number), 10);
 }
@@ -259,13 +259,13 @@ TEST_F(Control, FileBoxWithOptionsIsAnsweredFromInside) {
     const std::filesystem::path folder =
         std::filesystem::path(testing::TempDir()) / ("file_box." + std::to_string(getpid()));
     std::filesystem::create_directories(folder);
-    std::ofstream(folder / "there.avi") << "x";
-    const auto run = [&](const char* name, int post, const char* did) {
+    for (const char* name : {"there.avi", "pointless"}) std::ofstream(folder / name) << "x";
+    const auto run = [&](const char* name, int post, const char* did, bool save = true) {
         SCRIPT script{.post = {post}};
         FILE_BOX box;
         box.filters = {{"AviFile (*.avi)", "*.avi"}, {"AllFile (*.*)", "*.*"}};
         box.folder = folder.string(), box.name = name, box.extension = ".avi";
-        box.save = true, box.ask_overwrite = false;
+        box.save = save, box.ask_overwrite = false;
         box.options = &SMALL, box.proc = script_proc, box.data = &script;
         const auto chosen = file_box(window, box);
         EXPECT_TRUE(script.controls_stood);
@@ -275,6 +275,7 @@ TEST_F(Control, FileBoxWithOptionsIsAnsweredFromInside) {
     EXPECT_EQ(run("new", 5, "51d"), std::vector{(folder / "new.avi").string()});
     EXPECT_TRUE(run("new", ID_CANCEL, "2d").empty());
     EXPECT_EQ(run("there.avi", ID_OK, "1"), std::vector{(folder / "there.avi").string()});
+    EXPECT_EQ(run("pointless", ID_OK, "1", false), std::vector{(folder / "pointless").string()});
     std::filesystem::remove_all(folder);
 }
 

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QRegularExpression>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -35,6 +36,14 @@ struct FILE_FRAME : QFileDialog {
     using QFileDialog::QFileDialog;
 
   protected:
+    /// To open, a name without a point is meant as it stands when there is such a file.
+    void accept() override {
+        const auto* typed = findChild<QLineEdit*>("fileNameEdit");
+        const QString suffix = defaultSuffix();
+        if (acceptMode() == AcceptOpen && typed && directory().exists(typed->text())) setDefaultSuffix({});
+        QFileDialog::accept();
+        setDefaultSuffix(suffix);
+    }
     void done(int result) override {
         const uintptr_t id = result == QDialog::Accepted ? ID_OK : ID_CANCEL;
         if (window_exists(window) && !std::exchange(told, true)) window_call(window, WM_COMMAND, id, 0);
