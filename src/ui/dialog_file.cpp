@@ -88,7 +88,7 @@ enum : int { LOAD_DOUBLE = 32200, LOAD_SERIES, LOAD_ADJUST, LOAD_INTO, LOAD_RATE
 
 static void fill_rates(WINDOW* combo, int chosen) {
     for (int i = 0; i < fps_list.n; ++i) {
-        const bool none = i == fps_list.no_conversion;
+        const bool none = fps_list.entry[i].rate == 0;
         rows_add(combo, none ? language_text_utf8(STR_LOAD_RATE_KEEP) : fps_list.entry[i].label);
     }
     rows_select(combo, chosen);
@@ -137,7 +137,7 @@ bool dialog_file(FILE_DIALOG* dialog) {
 
 bool dialog_relink(RELINK_DIALOG* dialog) {
     const std::string question = language_text_utf8(STR_ASK_SOURCE_MISSING) + "\n\n" + text_to_utf8(dialog->missing);
-    if (!message_box(dialogs_owner(), language_text_utf8(STR_PROGRAM), question, BOX_WARNING, BOX_OK_CANCEL))
+    if (!message_box(dialogs_owner(), language_text_utf8(STR_PROGRAM), question, BOX_QUESTION, BOX_OK_CANCEL))
         return false;
     const std::string filter = input_media_filter(dialog->sound_only);
     return dialog_file_choose(dialog_file_box("", filter.c_str(), dialog->path, false), dialog->path);
