@@ -70,7 +70,8 @@ int view_zoom_unscale(const VIEW_RECORD* view, int n);
 /// Where a picture goes in an area of the client's top left: fills view->draw_rect. What does not fit is cut off on
 /// the right and below; only VIEW_ZOOM_WINDOW scales to fit.
 void view_place_picture(VIEW_RECORD* view, int area_width, int area_height, int width, int height);
-/// Adapts the window to a picture: exactly, or only larger. A maximised window and VIEW_ZOOM_WINDOW stay.
+/// Adapts the window to a picture: exactly, or only larger. Where it grows over an edge of the screen it
+/// moves back. A maximised window and VIEW_ZOOM_WINDOW stay.
 void view_fit(const VIEW_RECORD* view, int width, int height, bool grow_only);
 /// A point of the client area, or of the screen, to the pixel of the picture. False while nothing is shown.
 bool view_to_picture(const VIEW_RECORD* view, POINT* point);

@@ -60,6 +60,15 @@ bool view_screen_to_picture(const VIEW_RECORD* view, POINT* point) {
 
 // ---- the window round a picture
 
+// What grew over the right or lower edge of the screen moves back as far as it can, so that its bar stays in reach.
+static void pull_in(WINDOW* window, const RECT& frame, const RECT& desktop) {
+    const int x = frame.left - desktop.left, y = frame.top - desktop.top;
+    if (x < 0 || y < 0 || x >= desktop.width || y >= desktop.height) return;  // on another screen
+    const int in_x = std::max(std::min(x, desktop.width - frame.width), 0);
+    const int in_y = std::max(std::min(y, desktop.height - frame.height), 0);
+    if (in_x != x || in_y != y) window_move(window, desktop.left + in_x, desktop.top + in_y);
+}
+
 void view_fit(const VIEW_RECORD* view, int width, int height, bool grow_only) {
     WINDOW* window = view_window(view);
     if (!window || view->zoom == VIEW_ZOOM_WINDOW || window_state(window) != WINDOW_NORMAL) return;
@@ -76,7 +85,9 @@ void view_fit(const VIEW_RECORD* view, int width, int height, bool grow_only) {
         w = std::max(w, client.width);
         h = std::max(h, client.height);
     }
-    if (w != client.width || h != client.height) window_resize_client(window, w, h);
+    if (w == client.width && h == client.height) return;
+    window_resize_client(window, w, h);
+    if (w > client.width || h > client.height) pull_in(window, {frame.left, frame.top, w + across, h + down}, desktop);
 }
 
 void view_keep_on_screen(WINDOW* window, int x, int y) {

@@ -83,8 +83,11 @@ TEST_F(ViewWindow, EveryZoomShowsThePicturesPixels) {
     EXPECT_EQ(colour(2, 2), theme_colour(COLOUR_FACE));
     command(9200);
     expect_picture(1, 4);
+    window_move(main_window(), screen_desktop().width - 490, 20);
     command(9205);  // larger than the largest tile is not, but cut by nothing
     EXPECT_EQ(window_client(main_window()).width, 512);
+    const RECT frame = window_frame(main_window());
+    EXPECT_TRUE(frame.left + frame.width == screen_desktop().width && frame.top == 20);
     expect_picture(4, 1);
     window_resize_client(main_window(), 300, 250);
     window_pump();
