@@ -1,19 +1,24 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
+#include "demo/clip.h"
+#include "platform/text.h"
 #include "support/command.h"
 
 /// Helpers for driving the finished program and its peer ffmpeg.
 
-/// Runs build/vantel with settings of the test's own in folder/home.
+/// Runs build/vantel in a folder, with settings of the test's own in folder/home.
 inline COMMAND_OUTPUT vantel(const TEMP_FOLDER_PATH& folder, const std::vector<std::string>& arguments,
                              COMMAND_OPTIONS options = {}) {
     std::vector<std::string> line = {VANTEL_BUILD_DIR "/vantel"};
     line.insert(line.end(), arguments.begin(), arguments.end());
-    const std::string home = "VANTEL_HOME=" + (folder / "home");
-    options.environment.insert(options.environment.begin(), {home, "DISPLAY=", "WAYLAND_DISPLAY="});  // no window
+    options.folder = folder.path;
+    options.environment.insert(options.environment.begin(),
+                               {"VANTEL_HOME=" + (folder / "home"), "DISPLAY=", "WAYLAND_DISPLAY="});  // no window
     return command_run(line, options);
 }
 
@@ -41,3 +46,11 @@ inline std::string probe(const std::string& path, const std::string& stream, con
                                  .text;
     return text.substr(0, text.find('\n'));
 }
+
+/// A folder with a clip in it.
+struct CLIP_FOLDER : TEMP_FOLDER_PATH {
+    std::string clip = path + "/clip.avi";
+    explicit CLIP_FOLDER(const CLIP& what = {64, 48, 30, 1, 60, 24, 44100, 0}) {
+        EXPECT_TRUE(clip_write(what, text_from_utf8(clip)));
+    }
+};

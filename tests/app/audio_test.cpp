@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "app/save_fixture.h"
 #include "core/ui_hooks.h"
 #include "pipeline/audio_fetch.h"
@@ -12,13 +10,12 @@ using SAMPLES = std::vector<int16_t>;
 struct AudioFiles : SAVE_FIXTURE {
     static constexpr int RATE = 48000, FRAMES = 50, FRAME = RATE / 25 * 2;  // 16-bit values of a frame
     const std::string clip_path = folder / "clip.avi", wave_path = folder / "sound.wav";
-    SAMPLES sound;
+    SAMPLES sound = SAMPLES(size_t(FRAMES) * FRAME);
 
     void SetUp() override {
         SAVE_FIXTURE::SetUp();
         clip("clip.avi", {64, 48, 25, 1, FRAMES, 24, 0, 0});
         RNG rng(5);
-        sound.resize(size_t(FRAMES) * FRAME);
         for (int16_t& x : sound) x = int16_t(rng.between(-9000, 9000));
         put_sound();
     }
@@ -67,8 +64,7 @@ TEST_F(AudioFiles, SoundFileGoesIntoWavAndAvi) {
     EXPECT_EQ(saved("-r11,20"), part(sound, 10, 19, FRAME));
     run_program({clip_path, "-a" + wave_path, "-o", out, "-q"});
     EXPECT_EQ(sound_of(out), sound);
-    // A file that is shorter than the clip gives what it has.
-    sound.resize(FRAME * 7 + 100);
+    sound.resize(FRAME * 7 + 100);  // shorter than the clip
     put_sound();
     EXPECT_EQ(saved(), sound);
     // As a clip it has pictures, too: this one is less than a frame of its 30 a second.
@@ -95,8 +91,7 @@ TEST_F(AudioFiles, FiltersByTheModel) {
     const SAMPLES heard = part(sound, 0, 43, FRAME);
     later.insert(later.end(), heard.begin(), heard.end());
     EXPECT_EQ(saved("-r3,50"), louder(normalised(later, 190), 40));
-    // A quiet sound becomes full scale.
-    filter_all_off();
+    filter_all_off();  // a quiet sound becomes full scale
     for (size_t i = 0; i < sound.size(); ++i) sound[i] = int16_t(int(i % 201) - 100);
     put_sound();
     turn_on(STR_FILTER_NORMALISE, 256);
@@ -125,8 +120,7 @@ TEST_F(AudioFiles, ScanRunsOnceAndCanBeStopped) {
     EXPECT_EQ(pumps, 2 * FRAMES);
     EXPECT_EQ(save_with_stop(20), sound) << "a stopped scan leaves the level as it is";
     EXPECT_EQ(pumps, 20 + FRAMES);
-    // Outside of a save the filter does nothing.
-    SAMPLES frame(FRAME);
+    SAMPLES frame(FRAME);  // outside of a save the filter does nothing
     ASSERT_EQ(audio_fetch(edit, 9, 0, 0, frame.data(), frame.size() * 2, nullptr, AUDIO_FILTERED), FRAME * 2);
     EXPECT_EQ(frame, part(sound, 9, 9, FRAME));
     message_silence(true);

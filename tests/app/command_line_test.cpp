@@ -1,18 +1,6 @@
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
 
 #include "app/app.h"
-#include "demo/clip.h"
-#include "platform/text.h"
-
-/// A folder with a clip of 60 small frames, 24-bit, with sound.
-struct CLIP_FOLDER : TEMP_FOLDER_PATH {
-    std::string clip = path + "/clip.avi";
-    CLIP_FOLDER() { EXPECT_TRUE(clip_write({64, 48, 30, 1, 60, 24, 44100, 0}, text_from_utf8(clip))); }
-};
 
 static std::string frames_saved(const CLIP_FOLDER& folder, std::vector<std::string> arguments) {
     std::filesystem::remove(folder / "out.avi");
@@ -26,10 +14,8 @@ static std::string frames_saved(const CLIP_FOLDER& folder, std::vector<std::stri
 static int first_frame_number(const CLIP_FOLDER& folder) {
     const std::string frames = decoded_frames(folder, folder / "out.avi");
     int number = 0;
-    for (int bit = 0; bit < 8; ++bit) {
-        const size_t at = (44u * 64 + size_t(bit) * 8 + 4) * 3;
-        if (at < frames.size() && static_cast<unsigned char>(frames[at]) > 128) number |= 1 << bit;
-    }
+    for (size_t bit = 0, at = (44 * 64 + 4) * 3; bit < 8 && at < frames.size(); ++bit, at += 24)
+        if (uint8_t(frames[at]) > 128) number |= 1 << bit;
     return number;
 }
 
@@ -49,15 +35,13 @@ TEST(CommandLine, RangesCountFromTheShownNumber) {
 
 TEST(CommandLine, ValuesMayBeJoinedAndTokensStandInAnyOrder) {
     const CLIP_FOLDER folder;
-    COMMAND_OPTIONS in_folder;
-    in_folder.folder = folder.path;
-    EXPECT_EQ(vantel(folder, {"-q", "-r1,3", "-oout 1.avi", "clip.avi"}, in_folder).status, 0);
-    EXPECT_EQ(vantel(folder, {"-OAout2.avi", "clip.avi", "-q"}, in_folder).status, 0);
-    EXPECT_EQ(vantel(folder, {"-ow", "out3.wav", folder.clip, "-q"}, in_folder).status, 0);
+    EXPECT_EQ(vantel(folder, {"-q", "-r1,3", "-oout 1.avi", "clip.avi"}).status, 0);
+    EXPECT_EQ(vantel(folder, {"-OAout2.avi", "clip.avi", "-q"}).status, 0);
+    EXPECT_EQ(vantel(folder, {"-ow", "out3.wav", folder.clip, "-q"}).status, 0);
     EXPECT_EQ(probe(folder / "out 1.avi", "v", "stream=nb_frames"), "3");
     EXPECT_EQ(probe(folder / "out2.avi", "v", "stream=nb_frames"), "60");
     EXPECT_EQ(probe(folder / "out3.wav", "a", "stream=duration_ts"), "88200");
-    EXPECT_EQ(vantel(folder, {"-q"}).status, 0);
+    EXPECT_NE(file_bytes(folder / "home/vantel.ini").find("history0"), std::string::npos);
     EXPECT_NE(vantel(folder, {"--help"}).text.find("-ow"), std::string::npos);
     EXPECT_NE(vantel(folder, {"--version"}).text.find("Vantel"), std::string::npos);
 }
@@ -108,8 +92,7 @@ TEST(CommandLine, ASourceIsNeverWrittenOver) {
     for (const std::string& target :
          {folder.clip, folder / "CLIP.AVI", folder / "link.avi", folder / "hard.avi", folder.path + "/./clip.avi"}) {
         const COMMAND_OUTPUT run = vantel(folder, {folder.clip, "-o", target, "-q"});
-        EXPECT_EQ(run.status, 1) << target;
-        EXPECT_NE(run.error, "") << target;
+        EXPECT_TRUE(run.status == 1 && !run.error.empty()) << target;
         EXPECT_TRUE(file_bytes(folder.clip) == before) << target;
     }
     EXPECT_EQ(vantel(folder, {folder.clip, "-o", folder / "no/such/out.avi", "-q"}).status, 1);
@@ -133,25 +116,12 @@ TEST(CommandLine, ScriptsRunLineByLine) {
     file_put_bytes(folder / "a.vts", "clip.avi -r1,5\t-o \"out 1.avi\"\r\n\r\nclip.avi -r1,6 -o out2.avi -q\n");
     file_put_bytes(folder / "b.vts", "nothing.avi -o out3.avi\nclip.avi -r1,7 -o out4.avi\n");
     file_put_bytes(folder / "loop.vts", "loop.vts\n");
-    COMMAND_OPTIONS in_folder;
-    in_folder.folder = folder.path;
-    EXPECT_EQ(vantel(folder, {"a.vts", "-q"}, in_folder).status, 0);
+    EXPECT_EQ(vantel(folder, {"a.vts", "-q"}).status, 0);
     EXPECT_EQ(probe(folder / "out 1.avi", "v", "stream=nb_frames"), "5");
     EXPECT_EQ(probe(folder / "out2.avi", "v", "stream=nb_frames"), "6");
-    EXPECT_EQ(vantel(folder, {"b.vts", "-q"}, in_folder).status, 1);
+    EXPECT_EQ(vantel(folder, {"b.vts", "-q"}).status, 1);
     EXPECT_EQ(probe(folder / "out4.avi", "v", "stream=nb_frames"), "7");
-    const COMMAND_OUTPUT loop = vantel(folder, {"loop.vts", "-q"}, in_folder);
+    const COMMAND_OUTPUT loop = vantel(folder, {"loop.vts", "-q"});
     EXPECT_EQ(loop.status, 1);
     EXPECT_NE(loop.error.find("loop.vts"), std::string::npos);
-}
-
-TEST(CommandLine, SoundFileAndHistory) {
-    const CLIP_FOLDER folder;
-    ASSERT_TRUE(ffmpeg(
-        {"-f", "lavfi", "-i", "sine=frequency=300:sample_rate=48000", "-t", "2", "-ac", "1", folder / "tone.wav"}));
-    ASSERT_EQ(vantel(folder, {folder.clip, "-a", folder / "tone.wav", "-o", folder / "out.avi", "-q"}).status, 0);
-    EXPECT_TRUE(decoded_sound(folder, folder / "tone.wav") == decoded_sound(folder, folder / "out.avi"));
-    const std::string settings = file_bytes(folder / "home/vantel.ini");
-    EXPECT_NE(settings.find("history0"), std::string::npos);
-    EXPECT_NE(settings.find("clip.avi"), std::string::npos);
 }

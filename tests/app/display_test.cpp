@@ -1,11 +1,6 @@
-#include <gtest/gtest.h>
 #include <signal.h>
 
-#include <filesystem>
-
-#include "app.h"
-#include "demo/clip.h"
-#include "platform/text.h"
+#include "app/app.h"
 
 // Without a display there is no window to wait in.
 TEST(Display, WithoutOneTheProgramSaysSoAndEnds) {
@@ -14,16 +9,14 @@ TEST(Display, WithoutOneTheProgramSaysSoAndEnds) {
     EXPECT_EQ(alone.status, 1);
     EXPECT_NE(alone.error.find("--help"), std::string::npos) << alone.error;
     EXPECT_EQ(vantel(folder, {"-q"}, {.limit_seconds = 20}).status, 0);
-    COMMAND_OPTIONS unreachable = {.limit_seconds = 20};
-    unreachable.environment.emplace_back("DISPLAY=:9999");
-    EXPECT_EQ(vantel(folder, {"-q"}, unreachable).status, 0) << "a quiet run needs no display";
+    EXPECT_EQ(vantel(folder, {"-q"}, {.environment = {"DISPLAY=:9999"}, .limit_seconds = 20}).status, 0)
+        << "a quiet run needs no display";
 }
 
 /// The program in a window that nobody sees, and a signal that comes some time after the file `mark` was made.
-struct WINDOW_FOLDER : TEMP_FOLDER_PATH {
-    std::string clip = path + "/clip.avi", mark = path + "/mark.wav", resume = path + "/home/vantel.vtp";
-    explicit WINDOW_FOLDER(const CLIP& what = {64, 48, 30, 1, 60, 24, 44100, 0}) {
-        EXPECT_TRUE(clip_write(what, text_from_utf8(clip)));
+struct WINDOW_FOLDER : CLIP_FOLDER {
+    std::string mark = path + "/mark.wav", resume = path + "/home/vantel.vtp";
+    explicit WINDOW_FOLDER(const CLIP& what = {64, 48, 30, 1, 60, 24, 44100, 0}) : CLIP_FOLDER(what) {
         std::filesystem::create_directory(path + "/home");
         // the question that a user would get must not come
         file_put_bytes(path + "/home/vantel.ini", "[system]\neditresume=1\nclosedialog=1\n");
@@ -32,7 +25,6 @@ struct WINDOW_FOLDER : TEMP_FOLDER_PATH {
         std::filesystem::remove(file);
         return vantel(*this, line,
                       {.environment = {"DISPLAY=:9999", "QT_QPA_PLATFORM=offscreen"},
-                       .folder = path,
                        .signal = signal,
                        .signal_ms = ms,
                        .signal_file = file,

@@ -1,24 +1,23 @@
 #include "app/save_fixture.h"
 #include "resources/string_ids.h"
 
+struct CHOICE {
+    int filter;
+    std::vector<int32_t> tracks = {}, checks = {}, extra = {};
+};
+
 /// Files that come out of the built-in filters, whatever threads and vector kernels the settings ask for.
 struct FilterFiles : SAVE_FIXTURE {
-    struct CHOICE {
-        int filter;
-        std::vector<int32_t> tracks;
-        std::vector<int32_t> checks;
-        std::vector<int32_t> extra;
-    };
     static inline const std::vector<CHOICE> ALL = {
-        {STR_FILTER_NOISE, {256, 3, 40}, {}, {}},
-        {STR_FILTER_NOISE_TIME, {256, 3, 60}, {}, {}},
-        {STR_FILTER_SHARPEN, {200, 2, 8, 600}, {}, {}},
-        {STR_FILTER_BLUR, {256, 1, 0, 1024}, {}, {}},
+        {STR_FILTER_NOISE, {256, 3, 40}},
+        {STR_FILTER_NOISE_TIME, {256, 3, 60}},
+        {STR_FILTER_SHARPEN, {200, 2, 8, 600}},
+        {STR_FILTER_BLUR, {256, 1, 0, 1024}},
         {STR_FILTER_CLIP, {3, 5, 7, 2}, {}, {77, 61, 0}},
-        {STR_FILTER_BORDER, {-3, 4, -5, 6}, {0, 1}, {}},
-        {STR_FILTER_COLOR, {10, 30, 20, -15, 40, 7}, {}, {}},
-        {STR_FILTER_COLOR_EXTENDED, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}, {0, 1, 0}, {}},
-        {STR_FILTER_SIZE, {}, {}, {}}};
+        {STR_FILTER_BORDER, {-3, 4, -5, 6}, {0, 1}},
+        {STR_FILTER_COLOR, {10, 30, 20, -15, 40, 7}},
+        {STR_FILTER_COLOR_EXTENDED, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}, {0, 1, 0}},
+        {STR_FILTER_SIZE}};
 
     static void choose(const CHOICE& choice) {
         FILTER* filter = filter_built_in(choice.filter);
@@ -73,8 +72,8 @@ TEST_F(FilterFiles, AllTogetherInDefaultAndChangedOrder) {
     for (const CHOICE& choice : ALL) choose(choice);
     expect_same("default order", settings);
     const std::string by_default = saved("");
-    const int n = int(std::size(ALL));
-    for (int i = 0; i < n; ++i) filter_built_in(ALL[size_t(i)].filter)->chain_order = (n - i) * 10;
+    int order = 100;
+    for (const CHOICE& choice : ALL) filter_built_in(choice.filter)->chain_order = order -= 10;
     filter_chain_rebuild();
     expect_same("changed order", settings);
     EXPECT_TRUE(saved("") != by_default) << "the order is not kept by the profile";

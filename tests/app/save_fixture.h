@@ -10,6 +10,13 @@
 #include "hosts/filter_settings.h"
 #include "output/save.h"
 #include "output/save_flags.h"
+#include "resources/language.h"
+
+/// The first line of a message, as it is told.
+inline std::string first_line(int id) {
+    const std::string text = text_to_utf8(language_string(id));
+    return text.substr(0, text.find('\n'));
+}
 
 /// Files saved by the engine in this process and by the program itself, in a folder of the test's own; the settings of
 /// the edit count, not those of profiles.
@@ -31,6 +38,21 @@ struct SAVE_FIXTURE : EDIT_FIXTURE {
         return save_run(edit, SAVE_REQ_QUIET);
     }
     int save() { return save_to(out); }
+    /// A save that fails with a message and the name of its file.
+    void expect_save_fails(int message) {
+        message_silence(false);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(save(), 0);
+        const std::string told = testing::internal::GetCapturedStderr();
+        message_silence(true);
+        EXPECT_NE(told.find(first_line(message)), told.npos) << told;
+        EXPECT_NE(told.find(out), told.npos) << told;
+    }
+    /// An entry of a built-in filter's list, as a user chooses it.
+    static void choose_entry(int filter, int entry) {
+        filter_select(filter_built_in(filter), entry);
+        filter_notify_update(filter_built_in(filter), FILTER_UPDATE_CHECK | entry);
+    }
     void select_all() {
         edit->select_start = 0;
         edit->select_end = edit->frame_n - 1;

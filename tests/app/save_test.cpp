@@ -6,9 +6,6 @@
 
 struct Save : SAVE_FIXTURE {
     std::string input = folder / "source.avi";
-
-    /// The program's own writer makes the source.
-    void write_clip(const CLIP& what) { clip("source.avi", what); }
 };
 
 // What comes out of the 48-bit pipeline without a filter is what went in: every byte of RGB and every sample.
@@ -49,7 +46,7 @@ TEST_F(Save, Yuy2BecomesTheSamePicture) {
 }
 
 TEST_F(Save, OpenDmlSourceOfSeveralLists) {
-    write_clip({64, 48, 25, 1, 400, 24, 44100, 500000});
+    clip("source.avi", {64, 48, 25, 1, 400, 24, 44100, 500000});
     run_program({input, "-o", out, "-q"});
     EXPECT_EQ(probe(out, "v", "stream=nb_frames"), "400");
     EXPECT_TRUE(decoded_frames(folder, input) == decoded_frames(folder, out));
@@ -57,14 +54,11 @@ TEST_F(Save, OpenDmlSourceOfSeveralLists) {
 }
 
 TEST_F(Save, InterruptLeavesAShorterFile) {
-    write_clip({640, 480, 25, 1, 400, 24, 44100, 0});
+    clip("source.avi", {640, 480, 25, 1, 400, 24, 44100, 0});
     for (const int number : {SIGINT, SIGTERM}) {
-        COMMAND_OPTIONS options;
-        options.signal = number;
-        options.signal_ms = 50;
-        options.signal_file = out;
         std::filesystem::remove(out);
-        const COMMAND_OUTPUT run = vantel(folder, {input, "-o", out, "-q"}, options);
+        const COMMAND_OUTPUT run =
+            vantel(folder, {input, "-o", out, "-q"}, {.signal = number, .signal_ms = 50, .signal_file = out});
         if (run.status == 0) GTEST_SKIP() << "the save was faster than the signal";
         ASSERT_EQ(run.status, 1) << run.error;
         EXPECT_NE(run.error.find("out.avi"), std::string::npos);

@@ -80,6 +80,13 @@ struct MEANS {
     const MEAN& at(int x, int y) const {
         return mean[size_t(std::clamp(y, 0, rows - 1) * columns + std::clamp(x, 0, columns - 1))];
     }
+    // Letters of another font fill other pixels, but about as many of them: each block takes in its neighbours.
+    MEAN spread(int x, int y) const {
+        MEAN sum{};
+        for (int i = 0; i < 9; ++i)
+            for (size_t c = 0; c < 3; ++c) sum[c] += at(x + i % 3 - 1, y + i / 3 - 1)[c] / 9;
+        return sum;
+    }
 };
 
 inline MEAN mean_of(const SHOT& shot, int left, int top, int right, int bottom) {
@@ -100,20 +107,6 @@ inline MEANS means_of(const SHOT& shot, const AREA& a, int columns, int rows) {
     return means;
 }
 
-// Letters of another font fill other pixels, but about as many of them: each block takes in its neighbours.
-inline MEANS spread(const MEANS& means) {
-    MEANS out{means.columns, means.rows, {}};
-    for (int y = 0; y < means.rows; ++y)
-        for (int x = 0; x < means.columns; ++x) {
-            MEAN sum{};
-            for (int dy = -1; dy <= 1; ++dy)
-                for (int dx = -1; dx <= 1; ++dx)
-                    for (size_t c = 0; c < 3; ++c) sum[c] += means.at(x + dx, y + dy)[c] / 9;
-            out.mean.push_back(sum);
-        }
-    return out;
-}
-
 inline constexpr int BLOCK = 8;
 /// The largest difference of two looks, in levels, and where. `got` may have another size or scale.
 struct DISTANCE {
@@ -122,13 +115,12 @@ struct DISTANCE {
 };
 inline DISTANCE distance(const SHOT& want, const AREA& want_area, const SHOT& got, const AREA& got_area) {
     const int columns = want_area.width / BLOCK, rows = want_area.height / BLOCK;
-    const MEANS a = spread(means_of(want, want_area, columns, rows)),
-                b = spread(means_of(got, got_area, columns, rows));
+    const MEANS a = means_of(want, want_area, columns, rows), b = means_of(got, got_area, columns, rows);
     DISTANCE worst{0, ""};
     for (int y = 0; y < rows; ++y)
         for (int x = 0; x < columns; ++x)
             for (size_t c = 0; c < 3; ++c) {
-                const double far = std::fabs(a.at(x, y)[c] - b.at(x, y)[c]);
+                const double far = std::fabs(a.spread(x, y)[c] - b.spread(x, y)[c]);
                 if (far > worst.far) worst = {far, std::to_string(x * BLOCK) + "," + std::to_string(y * BLOCK)};
             }
     return worst;

@@ -1,19 +1,17 @@
 #include "support/sync_meter.h"
 
-#include <algorithm>
-
 #include "app/save_fixture.h"
 #include "core/audio_conv.h"
 #include "output/avi_writer.h"
 #include "output/writer_table.h"
 #include "platform/audio_codec.h"
-#include "resources/language.h"
 #include "resources/string_ids.h"
 
 /// A flash and a beep each second, through every kind of stored sound and every kind of output, whole, cut and with
 /// clips of other rates behind it: each beep stays within a frame of its flash.
 
-static constexpr int FPS = 25, RATE = 44100, SECONDS = 8;
+static constexpr int FPS = 25, RATE = 44100, SECONDS = 8, FRAMES = FPS * SECONDS;
+static constexpr CLIP WHOLE = {64, 48, FPS, 1, FRAMES, 24, RATE, 0};
 
 struct SYNC_SOURCE {
     const char* name;
@@ -30,22 +28,18 @@ static const SYNC_SOURCE SOURCES[] = {
 static constexpr uint16_t OUTPUT_TAGS[] = {1, 0x55, 2, 0xFF};  // PCM, MP3, MS ADPCM, AAC
 
 struct Sync : SAVE_FIXTURE {
-    std::string source(const std::string& name, const CLIP& what, const std::vector<std::string>& sound) {
-        const std::string plain = folder / ("plain_" + name + ".avi");
-        std::string path = folder / name;
-        clip(("plain_" + name + ".avi").c_str(), what);
-        std::vector<std::string> line = {"-i", plain, "-c:v", "copy"};
-        line.insert(line.end(), sound.begin(), sound.end());
-        line.push_back(path);
-        EXPECT_TRUE(ffmpeg(line)) << name;
-        return path;
-    }
-    /// The same with MP3 of the program's own.
-    std::string source_of_ours(const std::string& name, const CLIP& what) {
-        clip(("plain_" + name).c_str(), what);
-        open(folder / ("plain_" + name));
-        select_all();
-        save_sound(name, 0x55);
+    /// A clip whose sound ffmpeg makes over by these arguments, or without any the program itself, as MP3.
+    std::string source(const std::string& name, const CLIP& what, std::vector<std::string> sound) {
+        const std::string plain = clip(("plain_" + name + ".avi").c_str(), what);
+        if (sound.empty()) {
+            open(plain);
+            select_all();
+            save_sound(name, 0x55);
+            return folder / name;
+        }
+        sound.insert(sound.begin(), {"-i", plain, "-c:v", "copy"});
+        sound.push_back(folder / name);
+        EXPECT_TRUE(ffmpeg(sound)) << name;
         return folder / name;
     }
     /// Takes frames first .. last out.
@@ -89,11 +83,9 @@ struct Sync : SAVE_FIXTURE {
 class SyncOf : public Sync, public testing::WithParamInterface<SYNC_SOURCE> {};
 
 TEST_P(SyncOf, HoldsWholeCutAndAppended) {
-    const CLIP what = {64, 48, FPS, 1, FPS * SECONDS, 24, RATE, 0};
-    const SYNC_SOURCE& s = GetParam();
-    const std::string slow = source_of_ours("slow.avi", {64, 48, 15, 1, 45, 24, 48000, 0});
+    const std::string slow = source("slow.avi", {64, 48, 15, 1, 45, 24, 48000, 0}, {});
     const std::string fast = source("fast.avi", {64, 48, 30, 1, 60, 24, 22050, 0}, {"-c:a", "adpcm_ms"});
-    open(s.sound.empty() ? source_of_ours(s.name, what) : source(s.name, what, s.sound));
+    open(source(GetParam().name, WHOLE, GetParam().sound));
     select_all();
     expect_outputs(SECONDS);
     // One splice is right in front of a flash, one far from any.
@@ -113,56 +105,45 @@ INSTANTIATE_TEST_SUITE_P(Sources, SyncOf, testing::ValuesIn(SOURCES), [](const a
 
 // ---- copied sound
 
-static std::string stored_sound(const TEMP_FOLDER_PATH& folder, const std::string& path) {
-    EXPECT_TRUE(ffmpeg({"-i", path, "-map", "0:a", "-c", "copy", "-f", "data", folder / "stored.bin"}));
-    return file_bytes(folder / "stored.bin");
+/// The stored packets: format "data" gives their bytes, "framecrc" a line with the time of each.
+static std::string packets(const TEMP_FOLDER_PATH& folder, const std::string& path, const char* format) {
+    EXPECT_TRUE(ffmpeg({"-i", path, "-map", "0:a", "-c", "copy", "-f", format, folder / "packets"}));
+    return file_bytes(folder / "packets");
 }
-
-/// Each packet with its time, as ffmpeg reads it.
-static std::string packets(const TEMP_FOLDER_PATH& folder, const std::string& path) {
-    EXPECT_TRUE(ffmpeg({"-i", path, "-map", "0:a", "-c", "copy", "-f", "framecrc", folder / "packets.txt"}));
-    const std::string text = file_bytes(folder / "packets.txt");
+static std::string timed(const TEMP_FOLDER_PATH& folder, const std::string& path) {
+    const std::string text = packets(folder, path, "framecrc");
     return text.substr(text.find("#tb"));
 }
 
 TEST_F(Sync, CopiedSoundIsTheStoredOne) {
-    const CLIP what = {64, 48, FPS, 1, FPS * SECONDS, 24, RATE, 0};
     for (const std::vector<std::string>& sound :
          {std::vector<std::string>{"-c:a", "pcm_u8"}, {"-c:a", "adpcm_ms"}, {"-c:a", "libmp3lame", "-q:a", "5"}}) {
         SCOPED_TRACE(sound[1]);
-        const std::string path = source("copied.avi", what, sound);
+        const std::string path = source("copied.avi", WHOLE, sound);
         open(path);
         select_all();
         edit->audio_setting.audio_flags = AUDIO_SETTING_COPY;
         ASSERT_EQ(save(), 1);
         expect_sync(out, SECONDS);
-        const std::string before = stored_sound(folder, path), after = stored_sound(folder, out);
+        const std::string before = packets(folder, path, "data"), after = packets(folder, out, "data");
         EXPECT_TRUE(before.starts_with(after));
         EXPECT_GE(after.size() + 4096, before.size());  // what lies behind the last frame stays out
         const bool variable = edit->base.media_flag & MEDIA_VARIABLE_AUDIO;
         EXPECT_EQ(variable, sound.size() > 2);
-        EXPECT_TRUE(!variable || packets(folder, path).starts_with(packets(folder, out)));
+        EXPECT_TRUE(!variable || timed(folder, path).starts_with(timed(folder, out)));
         cut(60, 5 * FPS + 4);  // in silence: a packet of MP3 may need bytes of the one before it
         ASSERT_EQ(save(), 1);
         expect_sync(out, SECONDS - 3);
     }
 }
 
-static int audio_fails_at_the_end(SAVE_CONTEXT*, const void* bytes, size_t) {
-    return bytes ? AVI_OK : AVI_NO_AUDIO_CODEC;
-}
-
 TEST_F(Sync, ConversionThatFailsAtTheEndIsTold) {
     WRITER writer = writer_null;
-    writer.put_audio = audio_fails_at_the_end;
+    writer.put_audio = [](SAVE_CONTEXT*, const void* bytes, size_t) -> int {
+        return bytes ? AVI_OK : AVI_NO_AUDIO_CODEC;
+    };
     open(clip("plain.avi", {64, 48, FPS, 1, 10, 24, RATE, 0}));
     save_set_writer(&writer);
-    message_silence(false);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(save(), 0);
-    const std::string told = testing::internal::GetCapturedStderr();
-    message_silence(true);
+    expect_save_fails(STR_ERR_AUDIO_COMPRESS);
     save_set_writer(nullptr);
-    const std::string text = text_to_utf8(language_string(STR_ERR_AUDIO_COMPRESS));
-    EXPECT_NE(told.find(text.substr(0, text.find('\n'))), std::string::npos) << told;
 }

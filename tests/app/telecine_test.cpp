@@ -1,5 +1,3 @@
-#include <set>
-
 #include "app/save_fixture.h"
 #include "resources/string_ids.h"
 
@@ -11,40 +9,28 @@ struct Telecine : SAVE_FIXTURE {
     std::vector<std::string> film;  // its pictures
 
     void make(const std::string& order) {
-        ASSERT_TRUE(
-            ffmpeg({"-f", "lavfi", "-i", "testsrc2=rate=24000/1001:size=320x240", "-frames:v",
-                    std::to_string(FILM_FRAMES), "-c:v", "rawvideo", "-pix_fmt", "bgr24", folder / "film.avi"}));
-        ASSERT_TRUE(ffmpeg({"-i", folder / "film.avi", "-vf", "telecine=first_field=" + order + ":pattern=23", "-c:v",
-                            "rawvideo", "-pix_fmt", "bgr24", folder / "video.avi"}));
+        ffmpeg_make("-f lavfi -i testsrc2=rate=24000/1001:size=320x240 -frames:v " + std::to_string(FILM_FRAMES) +
+                    " -c:v rawvideo -pix_fmt bgr24 " + (folder / "film.avi"));
+        ffmpeg_make("-i " + (folder / "film.avi") + " -vf telecine=first_field=" + order +
+                    ":pattern=23 -c:v rawvideo -pix_fmt bgr24 " + (folder / "video.avi"));
         const std::string frames = decoded_frames(folder, folder / "film.avi");
         for (size_t at = 0; at + FRAME <= frames.size(); at += FRAME) film.push_back(frames.substr(at, FRAME));
         ASSERT_EQ(film.size(), size_t{FILM_FRAMES});
     }
 
-    static void choose(bool top_first) {
-        const std::pair<int, int> choices[] = {
-            {STR_FILTER_DEINTERLACE, 4}, {STR_FILTER_RATE_CHANGE, 1}, {STR_FILTER_FIELD_ORDER, top_first ? 1 : 0}};
-        for (const auto& [name, entry] : choices) {
-            filter_select(filter_built_in(name), entry);
-            filter_notify_update(filter_built_in(name), FILTER_UPDATE_CHECK | entry);
-        }
-    }
-
-    std::string saved(bool top_first) {
-        choose(top_first);
+    void choose(bool top_first) {
+        choose_entry(STR_FILTER_DEINTERLACE, 4);
+        choose_entry(STR_FILTER_RATE_CHANGE, 1);
+        choose_entry(STR_FILTER_FIELD_ORDER, top_first);
         open(folder / "video.avi");
-        return saved_now();
     }
-    std::string saved_now() {
-        EXPECT_EQ(save(), 1);
-        return decoded_frames(folder, out);
-    }
-
     /// Of all frames of an output, how many are a picture of the film, and how many different ones.
     struct SHARE {
         size_t n, whole, different;
     };
-    SHARE share(const std::string& frames) const {
+    SHARE saved() {
+        EXPECT_EQ(save(), 1);
+        const std::string frames = decoded_frames(folder, out);
         const std::set<std::string> known(film.begin(), film.end());
         std::set<std::string> seen;
         SHARE result = {frames.size() / FRAME, 0, 0};
@@ -61,7 +47,8 @@ struct Telecine : SAVE_FIXTURE {
 TEST_F(Telecine, CleanPulldownGivesBackTheFilm) {
     for (const bool top_first : {true, false}) {
         make(top_first ? "top" : "bottom");
-        const SHARE got = share(saved(top_first));
+        choose(top_first);
+        const SHARE got = saved();
         EXPECT_EQ(probe(out, "v", "stream=r_frame_rate"), "24000/1001");
         EXPECT_GE(got.n, size_t{FILM_FRAMES} - 1);
         EXPECT_EQ(got.whole, got.n) << "top first " << top_first;
@@ -75,12 +62,11 @@ TEST_F(Telecine, CleanPulldownGivesBackTheFilm) {
 TEST_F(Telecine, PhaseChangesAtCuts) {
     make("top");
     choose(true);
-    open(folder / "video.avi");
     for (const int cut : {90, 61, 33}) {
         for (int i = cut; i + 2 < edit->frame_n; ++i) frame_entry_copy(i, i + 2);
         edit->frame_n -= 2;
     }
     select_all();
-    const SHARE got = share(saved_now());
+    const SHARE got = saved();
     EXPECT_GE(got.whole * 100, got.n * 90);
 }

@@ -71,15 +71,10 @@ struct WholeEdit : SAVE_FIXTURE {
     }
     /// The profile of command 5109 gets another deinterlace method than the standard one.
     void fill_profile() const {
-        FILTER* filter = filter_built_in(STR_FILTER_DEINTERLACE);
-        const int method = filter_selected(filter);
-        const auto choose = [&](int m) {
-            filter_select(filter, m);
-            filter_notify_update(filter, FILTER_UPDATE_CHECK | m);
-        };
-        choose(3);
+        const int method = filter_selected(filter_built_in(STR_FILTER_DEINTERLACE));
+        choose_entry(STR_FILTER_DEINTERLACE, 3);
         ASSERT_TRUE(profile_put_config(edit->profile_name[1], filter_config_build()));
-        choose(method);
+        choose_entry(STR_FILTER_DEINTERLACE, method);
     }
     std::string save(const char* name) {
         edit->edit_flag |= EDIT_SAVE_WAV;
@@ -91,9 +86,7 @@ struct WholeEdit : SAVE_FIXTURE {
     void project_elsewhere(const std::string& packed) {
         ASSERT_EQ(project_save(edit, text_from_utf8(folder / "edit.vtp").c_str()), 1);
         file_put_bytes(folder / "home/vantel.ini", "[system]\ncompprofile=0\n");
-        file_put_bytes(folder / "list.vts", "\"" + (folder / "edit.vtp") + "\" -o \"" + (folder / "script.avi") +
-                                                "\"\r\n\"" + (folder / "edit.vtp") + "\" -ow " +
-                                                (folder / "script.wav") + " -r11,20\r\n");
+        file_put_bytes(folder / "list.vts", "edit.vtp -o script.avi\r\nedit.vtp -ow script.wav -r11,20\r\n");
         run_program({folder / "edit.vtp", "-o", folder / "line.avi", "-q"});
         run_program({folder / "list.vts", "-q"});
         for (const char* name : {"line", "script"})
@@ -141,11 +134,10 @@ TEST_F(WholeEdit, IsSavedAsTheListSays) {
     for (int i = 0; i < model.n(); ++i) {
         const EDIT_MODEL::ENTRY& e = model.list[size_t(i)];
         const bool as_stored = e.inter == INTER_STANDARD && e.profile == 0;
-        EXPECT_EQ(frames.substr(size_t(i) * size, size) == model_picture(e), as_stored) << "frame " << i;
+        EXPECT_EQ(frames.substr(size_t(i) * size, size) == model_picture(e), as_stored) << i;
     }
 
-    // A compressor without key frames of its own: where a setting begins and where a key frame is asked for, it starts
-    // anew.
+    // A compressor without key frames of its own starts anew where a setting begins or a key frame is asked for.
     codec_reset_setting(&edit->video_setting, fourcc("XVID"));
     edit->video_setting.key_rate = 0;
     edit->video_setting.quality = 5000;

@@ -9,7 +9,8 @@
 /// The software sound conversion over a whole stream at once, written down directly and apart from the converter: for
 /// tests that compare bytes. Sources of one or two channels, depths of 8, 16, 24 and 32 bits.
 
-using PCM_PAIRS = std::vector<std::array<int, 2>>;
+using PCM_PAIR = std::array<int, 2>;
+using PCM_PAIRS = std::vector<PCM_PAIR>;
 
 inline WAVEFORMATEX pcm_format(uint32_t rate, int channels, int bits) {
     const int block = channels * bits / 8;
@@ -20,33 +21,29 @@ inline PCM_PAIRS pcm_model_read(const std::vector<uint8_t>& bytes, const WAVEFOR
     PCM_PAIRS pairs;
     const size_t width = format.wBitsPerSample / 8, block = width * format.nChannels;
     for (size_t at = 0; at + block <= bytes.size(); at += block) {
-        std::array<int, 2> pair{};
+        PCM_PAIR& pair = pairs.emplace_back();
         for (size_t side = 0; side < 2; ++side) {
             const uint8_t* value = &bytes[at + (format.nChannels == 2 ? side * width : 0)];
             pair[side] = width == 1 ? (*value - 128) * 256 : int8_t(value[width - 1]) * 256 + value[width - 2];
         }
-        pairs.push_back(pair);
     }
     return pairs;
 }
 
-inline int pcm_model_mean(int a, int b) { return (a + b + 1) >> 1; }
+inline PCM_PAIR pcm_model_mean(PCM_PAIR a, PCM_PAIR b) { return {(a[0] + b[0] + 1) >> 1, (a[1] + b[1] + 1) >> 1}; }
 
 inline PCM_PAIRS pcm_model_double(const PCM_PAIRS& in) {
     PCM_PAIRS out;
-    std::array<int, 2> before{};
-    for (const auto& pair : in) {
-        out.push_back({pcm_model_mean(before[0], pair[0]), pcm_model_mean(before[1], pair[1])});
-        out.push_back(pair);
-        before = pair;
+    for (size_t i = 0; i < in.size(); ++i) {
+        out.push_back(pcm_model_mean(i ? in[i - 1] : PCM_PAIR{}, in[i]));
+        out.push_back(in[i]);
     }
     return out;
 }
 
 inline PCM_PAIRS pcm_model_halve(const PCM_PAIRS& in) {
     PCM_PAIRS out;
-    for (size_t i = 0; i + 1 < in.size(); i += 2)
-        out.push_back({pcm_model_mean(in[i][0], in[i + 1][0]), pcm_model_mean(in[i][1], in[i + 1][1])});
+    for (size_t i = 0; i + 1 < in.size(); i += 2) out.push_back(pcm_model_mean(in[i], in[i + 1]));
     return out;
 }
 
@@ -60,9 +57,8 @@ inline PCM_PAIRS pcm_model_resample(const PCM_PAIRS& in, int64_t r, int64_t d) {
             continue;
         }
         const int64_t w = std::min(d - p, r);
-        std::array<int, 2> pair{};
-        for (size_t side = 0; side < 2; ++side) pair[side] = int((in[i][side] * w + in[i + 1][side] * (r - w)) / r);
-        out.push_back(pair);
+        const auto mixed = [&](size_t side) { return int((in[i][side] * w + in[i + 1][side] * (r - w)) / r); };
+        out.push_back({mixed(0), mixed(1)});
         p += d > r ? r : r - d;
         if (d > r && p < d) continue;
         if (d > r) p -= d;

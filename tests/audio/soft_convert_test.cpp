@@ -22,7 +22,6 @@ struct STREAM {
     SOFT_CONVERTER soft{};
     SOFT_CARRY carry{};
     BYTES work, target;
-
     STREAM(const WAVEFORMATEX& from, const WAVEFORMATEX& to, size_t work_size, size_t target_size)
         : work(work_size), target(target_size) {
         EXPECT_TRUE(soft_convert_init(&soft, from, to));
@@ -34,8 +33,7 @@ struct STREAM {
         std::memcpy(work.data() + SOFT_FRONT, bytes, size);
         const int64_t n = soft_convert(&soft, &carry, work, size, target);
         ASSERT_EQ(n, samples * int64_t(soft_target_frame(soft)));
-        ASSERT_EQ(counted.word[SOFT_PHASE], soft.word[SOFT_PHASE]);
-        ASSERT_EQ(counted.word[SOFT_HALF_CARRIED], soft.word[SOFT_HALF_CARRIED]);
+        for (const auto at : {SOFT_PHASE, SOFT_HALF_CARRIED}) ASSERT_EQ(counted.word[at], soft.word[at]);
         ASSERT_EQ(counted_carry.waiting, carry.waiting);
         out->insert(out->end(), target.begin(), target.begin() + n);
     }
@@ -49,23 +47,19 @@ static BYTES random_bytes(std::mt19937& rng, size_t n) {
     return bytes;
 }
 
-static size_t random_rate(std::mt19937& rng) {
+static WAVEFORMATEX random_format(std::mt19937& rng) {
     static const uint32_t RATES[] = {1,     7,     8000,  11025, 16000, 22050, 32000,  32737,
                                      32738, 44100, 48000, 65475, 88200, 96000, 192000, 4000000};
-    return rng() % 3 ? RATES[rng() % std::size(RATES)] : 1 + rng() % 200000;
+    const auto rate = uint32_t(rng() % 3 ? RATES[rng() % std::size(RATES)] : 1 + rng() % 200000);
+    const int channels = 1 + int(rng() % 2);
+    return pcm_format(rate, channels, 8 + int(rng() % 4) * 8);
 }
 
 TEST(SoftConvert, AnyCutsGiveWhatTheWholeStreamGives) {
     const unsigned seed = 20240717;
     std::mt19937 rng(seed);
-    static const int DEPTHS[] = {8, 16, 24, 32};
     for (int round = 0; round < 1500; ++round) {
-        const auto format = [&] {
-            const uint32_t rate = uint32_t(random_rate(rng));
-            const int channels = 1 + int(rng() % 2);
-            return pcm_format(rate, channels, DEPTHS[rng() % 4]);
-        };
-        const WAVEFORMATEX from = format(), to = format();
+        const WAVEFORMATEX from = random_format(rng), to = random_format(rng);
         STREAM stream(from, to, 512 + rng() % 8192, 512 + rng() % 8192);
         const size_t most = soft_convert_block_max(stream.soft, stream.work.size(), stream.target.size());
         if (most == 0) continue;  // one sample alone gives more than the buffer holds
@@ -73,9 +67,8 @@ TEST(SoftConvert, AnyCutsGiveWhatTheWholeStreamGives) {
         const BYTES bytes = random_bytes(rng, std::min(size, most * 20));
         BYTES got;
         for (size_t at = 0; at < bytes.size();) {
-            const size_t left = bytes.size() - at;
             const size_t limit = rng() % 3 ? most : std::min<size_t>(most, 4 * from.nBlockAlign);
-            const size_t n = std::min(left, (1 + rng() % (limit / from.nBlockAlign)) * from.nBlockAlign);
+            const size_t n = std::min(bytes.size() - at, (1 + rng() % (limit / from.nBlockAlign)) * from.nBlockAlign);
             ASSERT_NO_FATAL_FAILURE(stream.run(&bytes[at], n, &got));
             at += n;
         }

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
-#include <filesystem>
-
 #include "core/edit_state.h"
 #include "core/frame_table.h"
 #include "core/media.h"

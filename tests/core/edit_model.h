@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <vector>
-
 #include "core/edit_state.h"
 #include "core/frame_table.h"
 
@@ -78,9 +75,6 @@ struct EDIT_MODEL {
         const UNDO_KIND kind = undo_kind;
         undo_kind = NO_UNDO;
         const int count = int(undo_list.size());
-        const auto behind = [&](int& place) {
-            if (place >= undo_at) place += count;
-        };
         if (kind == UNDO_PASTE) std::copy(undo_list.begin(), undo_list.end(), list.begin() + undo_at);
         if (kind == UNDO_CUT) {
             list = undo_list;
@@ -91,7 +85,7 @@ struct EDIT_MODEL {
             list.resize(size_t(undo_at));
             list.insert(list.end(), undo_list.begin(), undo_list.end());
             list.insert(list.end(), tail.begin(), tail.end());
-            behind(frame), behind(start), behind(end);
+            for (int* place : {&frame, &start, &end}) *place += *place >= undo_at ? count : 0;
         }
         if (kind == UNDO_CUT || kind == UNDO_DELETE) move(frame);
     }

@@ -39,19 +39,10 @@ TEST(FpsList, ParsesEveryForm) {
     fps_list_parse(&list, "*,30000/1001; 23.976 ,25 ;12.50009,bad,60");
     ASSERT_EQ(list.n, 5);
     EXPECT_EQ(list.no_conversion, 0);
-    const struct {
-        int rate, scale;
-        const char* label;
-    } want[] = {{0, 0, ""},
-                {30000, 1001, "29.97fps"},
-                {239760, 10000, "23.976fps"},
-                {250000, 10000, "25fps"},
-                {125000, 10000, "12.5fps"}};
-    for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(list.entry[i].rate, want[i].rate) << i;
-        EXPECT_EQ(list.entry[i].scale, want[i].scale) << i;
-        EXPECT_STREQ(list.entry[i].label, want[i].label) << i;
-    }
+    std::string all;
+    for (const auto& [rate, scale, label] : std::span(list.entry, 5))
+        all += std::to_string(rate) + "/" + std::to_string(scale) + " " + label + "; ";
+    EXPECT_EQ(all, "0/0 ; 30000/1001 29.97fps; 239760/10000 23.976fps; 250000/10000 25fps; 125000/10000 12.5fps; ");
     fps_list_parse(&list, "60,*,30");
     EXPECT_EQ(list.no_conversion, 1);
     for (const char* text : {"", "99999999999", "1/0", "300000", "/", ",,"}) {
@@ -81,14 +72,9 @@ TEST(FrameTable, RowsAroundItAreReadable) {
 
 TEST(MapFrame, GoesByTheFormula) {
     MEDIA_RECORD a{}, b{};
-    const auto set = [](MEDIA_RECORD& r, uint32_t rate, uint32_t scale, int frames) {
-        r.video_stream.dwRate = rate;
-        r.video_stream.dwScale = scale;
-        r.video_stream.dwLength = uint32_t(frames);
-        r.media_frames = frames;
-    };
-    set(a, 25, 1, 100);
-    set(b, 30000, 1001, 0);
+    a.video_stream.dwRate = 25, a.video_stream.dwScale = 1;
+    b.video_stream.dwRate = 30000, b.video_stream.dwScale = 1001;
+    a.video_stream.dwLength = 100, a.media_frames = 100;
     EXPECT_EQ(map_frame(&a, 30, &b), 25);  // 30 * 25 * 1001 / 30000 = 25.025
     EXPECT_EQ(map_frame(&a, 29, &b), 24);
     EXPECT_EQ(map_frame(&a, 999, &b), 99);  // held to its frames

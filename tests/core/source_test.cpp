@@ -3,11 +3,14 @@
 
 static constexpr CLIP SMALL = {64, 48, 30, 1, 20, 24, 44100, 0};
 
-using Source = EDIT_FIXTURE;
+struct Source : EDIT_FIXTURE {
+    int open(const CLIP& what, uint32_t flags = 0) { return open_file(edit, clip("a.avi", what).c_str(), flags); }
+};
 
 TEST_F(Source, AppendedFileOfAnotherRateIsMapped) {
-    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
-    ASSERT_EQ(open_file(edit, clip("b.avi", {80, 60, 15, 1, 10, 24, 44100, 0}).c_str(), OPEN_APPEND), 1);
+    ASSERT_EQ(open(SMALL), 1);
+    const std::string b = clip("b.avi", {80, 60, 15, 1, 10, 24, 44100, 0});
+    ASSERT_EQ(open_file(edit, b.c_str(), OPEN_APPEND), 1);
     EXPECT_EQ(edit->frame_n, 40);
     EXPECT_EQ(edit->frame, 20);
     EXPECT_EQ(edit->select_end, 39);  // everything was selected, so the selection grows
@@ -17,7 +20,7 @@ TEST_F(Source, AppendedFileOfAnotherRateIsMapped) {
     }
     edit->select_end = 5;
     system_settings.fpsnoconvert = 1;
-    ASSERT_EQ(open_file(edit, clip("b.avi", {80, 60, 15, 1, 10, 24, 44100, 0}).c_str(), OPEN_APPEND), 1);
+    ASSERT_EQ(open_file(edit, b.c_str(), OPEN_APPEND), 1);
     EXPECT_EQ(edit->frame_n, 50);
     EXPECT_EQ(edit->select_end, 5);
     EXPECT_EQ(frame_table.frame_video[49], frame_ref_make(2, 9));
@@ -28,9 +31,8 @@ TEST_F(Source, AppendedFileOfAnotherRateIsMapped) {
 }
 
 TEST_F(Source, SelectionTakesAShorterFileByRepeatingItsLastFrame) {
-    ASSERT_EQ(open_file(edit, clip("a.avi", SMALL).c_str(), 0), 1);
-    edit->select_start = 4;
-    edit->select_end = 12;
+    ASSERT_EQ(open(SMALL), 1);
+    edit->select_start = 4, edit->select_end = 12;
     ASSERT_EQ(
         open_file(edit, clip("b.avi", {64, 48, 15, 1, 3, 24, 44100, 0}).c_str(), OPEN_APPEND | OPEN_INTO_SELECTION), 1);
     EXPECT_EQ(edit->frame_n, 20);
@@ -40,10 +42,8 @@ TEST_F(Source, SelectionTakesAShorterFileByRepeatingItsLastFrame) {
 }
 
 TEST_F(Source, LimitsAreKept) {
-    const std::string large = clip("large.avi", {1288, 48, 30, 1, 1, 24, 0, 0});
-    const std::string small = clip("small.avi", {64, 31, 30, 1, 1, 24, 0, 0});
-    EXPECT_EQ(open_file(edit, large.c_str(), 0), 0);
-    EXPECT_EQ(open_file(edit, small.c_str(), 0), 0);
+    EXPECT_EQ(open({1288, 48, 30, 1, 1, 24, 0, 0}), 0);
+    EXPECT_EQ(open({64, 31, 30, 1, 1, 24, 0, 0}), 0);
     EXPECT_EQ(edit->edit_flag & EDIT_OPEN, 0u);
     const std::string a = clip("a.avi", {32, 32, 30, 1, 2, 24, 0, 0});
     ASSERT_EQ(open_file(edit, a.c_str(), 0), 1);
@@ -61,10 +61,8 @@ TEST_F(Source, LimitsAreKept) {
 TEST_F(Source, ClaimedSizesAreNotBelieved) {
     const std::string path = clip("a.avi", SMALL);
     std::string bytes = file_bytes(folder / "a.avi");
-    const size_t width_at = 176;  // biWidth of the picture format
     for (const int32_t size : {-1, 0, 40000, 0x7FFFFFFF, -0x7FFFFFFF - 1}) {
-        std::memcpy(bytes.data() + width_at, &size, 4);
-        std::memcpy(bytes.data() + width_at + 4, &size, 4);
+        for (const size_t at : {176, 180}) std::memcpy(bytes.data() + at, &size, 4);  // biWidth, biHeight
         file_put_bytes(folder / "a.avi", bytes);
         EXPECT_EQ(open_file(edit, path.c_str(), 0), 0) << size;
     }
@@ -72,7 +70,7 @@ TEST_F(Source, ClaimedSizesAreNotBelieved) {
 
 TEST_F(Source, RateListChangesNothingButNearlyThirty) {
     system_settings.load30fps = 1;
-    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 2997, 100, 30, 24, 0, 0}).c_str(), 0), 1);
+    ASSERT_EQ(open({64, 48, 2997, 100, 30, 24, 0, 0}), 1);
     EXPECT_EQ(edit->base.video_stream.dwRate, 30000u);
     EXPECT_EQ(edit->base.video_stream.dwScale, 1001u);
     EXPECT_EQ(edit->frame_n, 30);
@@ -102,7 +100,7 @@ TEST_F(Source, FramesReadBackInAnyOrder) {
 }
 
 TEST_F(Source, SoundOfFramesAddsUpToTheFile) {
-    ASSERT_EQ(open_file(edit, clip("a.avi", {64, 48, 30000, 1001, 300, 24, 44100, 0}).c_str(), 0), 1);
+    ASSERT_EQ(open({64, 48, 30000, 1001, 300, 24, 44100, 0}), 1);
     std::vector<uint8_t> whole(4 << 20), parts(4 << 20);
     const int all = media_read_audio(&edit->source[0].media, 0, -1, whole.data(), whole.size(), &edit->base);
     size_t fill = 0;

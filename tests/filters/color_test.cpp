@@ -9,7 +9,6 @@ struct SETTING {
     bool extended = false;
     std::array<int32_t, COLOR_EXTENDED_TRACK_N> tracks{};
     std::array<int32_t, COLOR_CHECK_N> checks{};
-
     COLOR_PARAMS params(int pixel_size) const {
         return extended ? color_params_extended(tracks.data(), checks.data(), pixel_size)
                         : color_params(tracks.data(), pixel_size);
@@ -22,9 +21,7 @@ static SETTING random_setting(RNG& rng) {
     const bool uses_rgb = rng.below(3) != 0;
     const uint32_t zeros = rng.below(8);  // of 8
     for (size_t i = 0; i < (s.extended ? 15 : 6); ++i) {
-        const uint32_t kind = rng.below(4);
-        s.tracks[i] = kind == 0 ? -256 : kind == 1 ? 256 : rng.between(-256, 256);
-        if (kind == 3) s.tracks[i] /= 8;
+        s.tracks[i] = std::array{-256, 256, rng.between(-256, 256), rng.between(-32, 32)}[rng.below(4)];
         if (rng.below(8) < zeros || (i >= COLOR_TRACK_R && !uses_rgb)) s.tracks[i] = 0;
     }
     for (int32_t& check : s.checks) check = rng.below(3) == 0;
@@ -48,21 +45,15 @@ struct MODEL {
     SETTING s;
     bool bytes;
     WIDE gain[3], offset[3];
-
     MODEL(const SETTING& setting, int pixel_size) : s(setting), bytes(pixel_size == 2) {
-        if (s.extended)
-            extended();
-        else
-            plain();
+        s.extended ? extended() : plain();
         for (int i = 0; i < 3 && bytes; ++i) offset[i] = offset[i] * (i ? 224 : 219) / 255;
     }
     void plain() {
         const int b = s.tracks[0], c = s.tracks[1], l = s.tracks[3], sat = s.tracks[4], h = s.tracks[5];
-        gain[0] = cut((c + l + 256) * 64, 0, 32767);
-        gain[1] = cut((c + sat + h + 256) * 64, 0, 32767);
-        gain[2] = cut((c + sat - h + 256) * 64, 0, 32767);
+        const int sums[] = {c + l, c + sat + h, c + sat - h};
+        for (int i = 0; i < 3; ++i) gain[i] = cut((sums[i] + 256) * 64, 0, 32767), offset[i] = 0;
         offset[0] = ((c + 256) * b * 16) / 256 - c * 8;
-        offset[1] = offset[2] = 0;
     }
     void extended() {
         const bool to_pc = s.checks[1], to_tv = s.checks[2] && !to_pc;
@@ -74,17 +65,12 @@ struct MODEL {
         if (to_pc) offset[0] -= 298;
         if (to_tv) offset[0] = (s.tracks[0] + 16) * 16;
     }
-    bool uses_rgb() const {
-        return s.extended && std::any_of(s.tracks.begin() + 6, s.tracks.end(), [](int v) { return v != 0; });
+    bool zero_from(int first) const {
+        return std::all_of(s.tracks.begin() + first, s.tracks.end(), [](int v) { return v == 0; });
     }
-    bool is_idle() const {
-        return !(s.extended && (s.checks[1] || s.checks[2])) &&
-               std::all_of(s.tracks.begin(), s.tracks.end(), [](int v) { return v == 0; });
-    }
-
-    bool only_brightness() const {
-        return !s.extended && std::all_of(s.tracks.begin() + 1, s.tracks.begin() + 6, [](int v) { return v == 0; });
-    }
+    bool uses_rgb() const { return s.extended && !zero_from(6); }
+    bool is_idle() const { return !(s.extended && (s.checks[1] || s.checks[2])) && zero_from(0); }
+    bool only_brightness() const { return !s.extended && zero_from(1); }
     WIDE component(WIDE v, int i) const {
         if (only_brightness() && !bytes) return i ? v : word(v + s.tracks[0] * 16);
         const WIDE p = word(gained(v, gain[i]) + offset[i]);
@@ -98,7 +84,6 @@ struct MODEL {
         const WIDE bent = p * scale + mul(hump(p, 2048), -t[2] * 16 * scale);
         return scale == 1 ? word(bent) : bent;
     }
-
     std::array<WIDE, 3> pixel(WIDE y, WIDE cb, WIDE cr) const {
         y = component(y, 0), cb = component(cb, 1), cr = component(cr, 2);
         if (!uses_rgb()) return {y, cb, cr};
@@ -123,12 +108,10 @@ struct MODEL {
                 out(mul(b, 3598) + mul(g, -2384) + mul(r, -1214) + 2056),
                 out(mul(b, -585) + mul(g, -3013) + mul(r, 3598) + 2056)};
     }
-
     void row(uint8_t* row, int w) const {
         for (int i = 0; i < w && !bytes; ++i) {
             auto* p = reinterpret_cast<int16_t*>(row) + i * 3;
-            const auto v = pixel(p[0], p[1], p[2]);
-            for (size_t k = 0; k < 3; ++k) p[k] = int16_t(v[k]);
+            std::ranges::transform(pixel(p[0], p[1], p[2]), p, [](WIDE v) { return int16_t(v); });
         }
         for (int i = 0; i < w && bytes; i += 2) {
             uint8_t* p = row + i * 2;
@@ -137,8 +120,6 @@ struct MODEL {
         }
     }
 };
-
-// ---- whole pictures -------------------------------------------------------------------------------------------------
 
 /// Random characters, extremes among them, or waves within the nominal range under a little noise.
 static void fill(FRAME& frame, RNG& rng) {
@@ -191,21 +172,21 @@ TEST_P(Color, AgreesWithTheModel) {
 
 // ---- values worked by hand ------------------------------------------------------------------------------------------
 
-using TRACKS = std::array<int32_t, COLOR_EXTENDED_TRACK_N>;
+using TRACKS = decltype(SETTING::tracks);
 
-static std::array<int, 3> yc48_of(const SETTING& s, std::array<int16_t, 3> v) {
-    const COLOR_PARAMS params = s.params(6);
-    std::array<int16_t, 3> out{};
-    color_kernels_ref(6)->row[params.kind](reinterpret_cast<uint8_t*>(out.data()),
-                                           reinterpret_cast<const uint8_t*>(v.data()), 1, &params);
-    return {out[0], out[1], out[2]};
+template <int PIXEL_SIZE, typename T, size_t N>
+static std::array<int, N> row_of(const SETTING& s, std::array<T, N> v) {
+    const COLOR_PARAMS params = s.params(PIXEL_SIZE);
+    std::array<T, N> out{};
+    color_kernels_ref(PIXEL_SIZE)
+        ->row[params.kind](reinterpret_cast<uint8_t*>(out.data()), reinterpret_cast<const uint8_t*>(v.data()), 1,
+                           &params);
+    std::array<int, N> values;
+    std::ranges::copy(out, values.begin());
+    return values;
 }
-static std::array<int, 4> yuy2_of(const SETTING& s, std::array<uint8_t, 4> v) {
-    const COLOR_PARAMS params = s.params(2);
-    std::array<uint8_t, 4> out{};
-    color_kernels_ref(2)->row[params.kind](out.data(), v.data(), 1, &params);
-    return {out[0], out[1], out[2], out[3]};
-}
+static constexpr auto yc48_of = row_of<6, int16_t, 3>;
+static constexpr auto yuy2_of = row_of<2, uint8_t, 4>;
 using YC = std::array<int, 3>;
 using YUYV = std::array<int, 4>;
 
@@ -237,12 +218,11 @@ TEST(ColorValues, TheWayThroughRgbLosesNoSample) {
             }
 }
 
-// ---- three tracks as one --------------------------------------------------------------------------------------------
-
 TEST(ColorValues, SyncFollowsTheTrackThatMoved) {
     static int shown;
     filter_window_hooks.show = [](FILTER*) { ++shown; };
-    const auto update = [](std::array<int32_t, 3> rgb, size_t kind, bool sync) {
+    using RGB = std::array<int32_t, 3>;
+    const auto update = [](RGB rgb, size_t kind, bool sync) {
         SETTING s{true, {}, {sync, 0, 0}};
         for (size_t i = 0; i < 3; ++i) s.tracks[6 + 3 * i + kind] = rgb[i];
         FILTER filter{};
@@ -252,7 +232,6 @@ TEST(ColorValues, SyncFollowsTheTrackThatMoved) {
         for (size_t i = 0; i < 15; ++i) EXPECT_TRUE(s.tracks[i] == 0 || (i >= 6 && i % 3 == kind)) << i;
         return std::array{s.tracks[6 + kind], s.tracks[9 + kind], s.tracks[12 + kind]};
     };
-    using RGB = std::array<int32_t, 3>;
     for (size_t kind = 0; kind < 3; ++kind) {
         for (const RGB& moved : {RGB{10, 10, 30}, {10, 30, 10}, {30, 10, 10}})
             EXPECT_EQ((RGB{30, 30, 30}), update(moved, kind, true));

@@ -11,10 +11,10 @@
 #include "resources/language.h"
 #include "resources/string_ids.h"
 
-/// Place of a pixel in a block.
-static size_t place(int x, int y) {
-    const ptrdiff_t offset = ptrdiff_t{y} * frame_geometry.stride + ptrdiff_t{x} * frame_geometry.pixel_size;
-    return frame_geometry.origin + size_t(offset);
+/// A pixel in a block.
+template <class BYTE>
+static BYTE* place(BYTE* block, int x, int y) {
+    return frame_row(block + frame_geometry.origin, y, x);
 }
 
 /// A filter on two pictures of random content, and what they held before.
@@ -23,7 +23,6 @@ struct GeometryTest : PictureTest {
     std::unique_ptr<FILTER_RUN> filter;
     std::vector<uint8_t> before, scratch_before;
     int32_t *tracks, *checks, *extra;  // tracks: top, bottom, left, right
-
     void SetUp() override {
         PictureTest::SetUp();
         filter = std::make_unique<FILTER_RUN>();
@@ -34,7 +33,6 @@ struct GeometryTest : PictureTest {
         before = filter->image.copy();
         scratch_before = filter->scratch.copy();
     }
-
     bool yuy2() const { return GetParam() == 2; }
     int even(int x) const { return yuy2() ? x - (x % 2 + 2) % 2 : x; }
     void restore() const {
@@ -69,10 +67,10 @@ struct GeometryTest : PictureTest {
         for (int y = 0; y < h; ++y) {
             for (int x = 0; x < w; ++x) {
                 const std::array<int, 2> from = want(x, y);
-                const uint8_t* pixel = from[0] < 0 ? BLACK[yuy2()] : before.data() + place(from[0], from[1]);
-                std::memcpy(all.data() + place(x, y), pixel, pixel_size);
+                const uint8_t* pixel = from[0] < 0 ? BLACK[yuy2()] : place(before.data(), from[0], from[1]);
+                std::memcpy(place(all.data(), x, y), pixel, pixel_size);
             }
-            if (yuy2() && w % 2) std::memcpy(all.data() + place(w, y), got.data() + place(w, y), pixel_size);
+            if (yuy2() && w % 2) std::memcpy(place(all.data(), w, y), place(got.data(), w, y), pixel_size);
         }
         expect_block(all, got);
         EXPECT_TRUE(filter->other().copy() == (swap ? before : scratch_before));
@@ -83,8 +81,8 @@ struct GeometryTest : PictureTest {
         const bool swap = filter->swapped();
         const std::vector<uint8_t> got = filter->image.copy(), got_scratch = filter->scratch.copy();
         restore();
-        uint8_t *image = filter->image.image, *scratch = filter->scratch.image;
-        ASSERT_EQ(frame_resize(image, out_w, out_h, x, y, w, h, scratch) == scratch, swap);
+        uint8_t* scratch = filter->scratch.image;
+        ASSERT_EQ(frame_resize(filter->image.image, out_w, out_h, x, y, w, h, scratch) == scratch, swap);
         EXPECT_TRUE(got == filter->image.copy() && got_scratch == filter->scratch.copy());
     }
     std::string text(int w, int h) const {
@@ -95,17 +93,13 @@ struct GeometryTest : PictureTest {
 };
 INSTANTIATE_TEST_SUITE_P(PixelSizes, GeometryTest, testing::Values(6, 2));
 
-// ---- border ---------------------------------------------------------------------------------------------------------
-
 struct SPAN {
     int from, size, first, second;
 };
 
 /// One direction, step by step.
 static SPAN border_model(int size, int largest, int a, int b, bool pairs, bool center) {
-    if (a > size) a = size;
-    if (b > size) b = size;
-    if (a + b > size) b = size - a;
+    a = std::min(a, size), b = std::min({b, size, size - a});
     while (size - a > largest) ++a;
     while (size - b > largest) ++b;
     while (size - a - b > largest) ++b;
@@ -152,8 +146,6 @@ TEST_P(GeometryTest, BorderAgreesWithTheModel) {
     }
 }
 
-// ---- clip -----------------------------------------------------------------------------------------------------------
-
 TEST_P(GeometryTest, ClipAgreesWithTheModel) {
     RNG rng(kernel_seed());
     for (int n = 0; n < 700; ++n) {
@@ -163,20 +155,17 @@ TEST_P(GeometryTest, ClipAgreesWithTheModel) {
         extra[0] =
             sized || rng.below(2) ? std::array{rng.between(1, 400), 5000, -3}[rng.below(8) ? 0 : rng.below(3)] : 0;
         extra[1] = sized ? rng.between(1, 300) : 0;
-        if (sized && extra[0] == 0) extra[0] = 1;
         extra[2] = int32_t(rng.below(2));
         SCOPED_TRACE(text(w, h));
         run(clip_resize_proc, w, h);
         int tw = w, th = h;
         if (sized) tw = std::clamp(extra[0], 32, W), th = std::clamp(extra[1], 32, H);
         if (even(tw) > 0) tw = even(tw);
-        const auto cut = [](int size, int* a, int* b) {  // what is taken off, a pixel at a time
+        int top = tracks[0], bottom = tracks[1], left = tracks[2], right = tracks[3];
+        for (auto [size, a, b] : {std::tuple{w, &left, &right}, {h, &top, &bottom}}) {  // a pixel at a time
             while (*a > 0 && *a > size - 32) --*a;
             while (*b > 0 && *a + *b > size - 32) --*b;
-        };
-        int top = tracks[0], bottom = tracks[1], left = tracks[2], right = tracks[3];
-        cut(w, &left, &right);
-        cut(h, &top, &bottom);
+        }
         left = even(left), right = even(right);
         int cw = w - left - right, ch = h - top - bottom;
         if (extra[2]) {
@@ -212,14 +201,11 @@ TEST(ClipTarget, IsParsedAndShown) {
     }
 }
 
-// ---- size change ----------------------------------------------------------------------------------------------------
-
 struct SizeChangeTest : GeometryTest {
     std::unique_ptr<EDIT_STATE> edit = std::make_unique<EDIT_STATE>();
     static inline SIZE_DIALOG typed, shown;
     static inline int asked;
     static inline bool answer;
-
     void SetUp() override {
         GeometryTest::SetUp();
         std::strcpy(system_settings.resizelist, "65x48,5000x7,40x30");
@@ -259,8 +245,7 @@ TEST_P(SizeChangeTest, TakesTheSizeOfTheEntry) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.entry);
         filter->filter.track_store[0] = row.entry;
-        filter->param.source_width = 111;
-        filter->param.source_height = 22;
+        filter->param.source_width = 111, filter->param.source_height = 22;
         extra[0] = row.given[0], extra[1] = row.given[1];
         run(size_change_proc, row.from[0], row.from[1]);
         EXPECT_EQ(stored(), row.stored);
@@ -271,16 +256,13 @@ TEST_P(SizeChangeTest, TakesTheSizeOfTheEntry) {
 TEST_P(SizeChangeTest, AsksForTheGivenSize) {
     extra[0] = 100, extra[1] = 90;
     typed = {7, 5000};
-    answer = false;
-    update(4 | FILTER_UPDATE_CHECK);
-    EXPECT_EQ((std::array{shown.width, shown.height}), (std::array{100, 90}));
-    EXPECT_EQ(stored(), (std::array{100, 90}));
-    answer = true;
-    update(4 | FILTER_UPDATE_CHECK);
-    EXPECT_EQ(asked, 2);
-    EXPECT_EQ(stored(), (std::array{32, 240}));
+    for (const bool given : {false, true}) {
+        answer = given;
+        update(4 | FILTER_UPDATE_CHECK);
+        EXPECT_EQ((std::array{shown.width, shown.height}), (std::array{100, 90}));
+        EXPECT_EQ(stored(), given ? (std::array{32, 240}) : (std::array{100, 90}));
+    }
     EXPECT_TRUE(edit->edit_flag & EDIT_RELAYOUT);
-
     edit->edit_flag = 0;
     update(0);  // settings that were loaded
     EXPECT_EQ(edit->edit_flag, 0u);

@@ -1,11 +1,7 @@
 #include "filters/histogram.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <memory>
 #include <numeric>
-#include <vector>
 
 #include "core/edit_state.h"
 #include "filters/picture_fixture.h"
@@ -25,10 +21,8 @@ TEST(Histogram, CountsSamplesAndNoPadding) {
             p[0] = 1, p[1] = 2, p[2] = uint8_t(10 + x);
         }
     histogram_count_rgb(&h, dib.data(), w, rows);
-    EXPECT_EQ(h.level[2][1], 6);
-    EXPECT_EQ(h.level[1][2], 6);
+    EXPECT_EQ(h.level[2][1] * 10 + h.level[1][2], 66);
     EXPECT_EQ(h.level[0][10] * 100 + h.level[0][11] * 10 + h.level[0][12], 222);
-
     std::vector<uint8_t> yuy2(size_t(yuy2_stride(5)) * 2, 99);
     for (int y = 0; y < 2; ++y)
         for (int pair = 0; pair < 2; ++pair) {
@@ -90,8 +84,7 @@ TEST(Histogram, CountsTheShownPictureWhileItIsShown) {
     yuy2_to_frame(frame.image, black.data(), 64, 48);
     const auto edit = std::make_unique<EDIT_STATE>();
     const uint32_t id = handle_new(frame.image);
-    edit->out_width = 64;
-    edit->out_height = 48;
+    edit->out_width = 64, edit->out_height = 48;
     FILTER filter{};
     FILTER_PROC_PARAM param{};
     param.edit = edit.get();

@@ -3,8 +3,6 @@
 #include "hosts/filter_functions.h"
 #include "hosts/frame_source_fixture.h"
 
-// ---- pictures as a cache keeps them ---------------------------------------------------------------------------------
-
 /// Seven pictures with a margin, in one memory. Outside of the picture they hold what reading there must see: zeros
 /// from the cache, anything in the tests of the kernel.
 struct STORE {
@@ -12,7 +10,6 @@ struct STORE {
     ptrdiff_t stride;
     std::vector<int16_t> memory;
     const uint8_t* frames[FRAME_N];
-
     STORE(int w, int h) {
         const int width = ((w + 7) & ~7) + 8, height = ((h + 7) & ~7) + 8;
         stride = ptrdiff_t{width} * frame_geometry.pixel_size;
@@ -24,7 +21,6 @@ struct STORE {
     uint8_t* row(size_t frame, int y) const { return const_cast<uint8_t*>(frames[frame]) + y * stride; }
     int at(size_t frame, int y, int i) const { return sample_get(row(frame, y), i); }  // also outside of the picture
     std::span<uint8_t> bytes() { return {reinterpret_cast<uint8_t*>(memory.data()), memory.size() * 2}; }
-    void fill(RNG& rng) { samples_fill(bytes(), rng); }
     /// A gradient that moves, with noise: differences on both sides of the thresholds.
     void fill_natural(RNG& rng) {
         const int noise = rng.between(1, 60), n = int(memory.size()) * (byte_samples() ? 2 : 1);
@@ -36,8 +32,6 @@ struct STORE {
 };
 
 // ---- a model, one sample at a time ----------------------------------------------------------------------------------
-
-static int positive(int v) { return v > 0 ? v : 0; }
 
 static int model(const STORE& store, int radius, int strength, int threshold, int y, int i) {
     const bool bytes = byte_samples();
@@ -52,8 +46,8 @@ static int model(const STORE& store, int radius, int strength, int threshold, in
     for (int f = 0; f <= 2 * radius; ++f) {
         if (f == radius) continue;
         const int d = word(store.at(size_t(f), y, i) - c), e = word(cross(size_t(f)) - cross(size_t(radius)));
-        const int penalty = word(positive(size_of(d) - t) + positive(size_of(e) - t));
-        const int k = positive(size_of(d) - word(2 * penalty));
+        const int penalty = word(std::max(size_of(d) - t, 0) + std::max(size_of(e) - t, 0));
+        const int k = std::max(size_of(d) - word(2 * penalty), 0);
         sum = word(sum + (d < 0 ? -1 - k : k));
     }
     if (bytes) sum += radius;
@@ -65,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(PixelSizes, NoiseTimeTest, testing::Values(6, 2));
 
 static void check(int w, int h, RNG& rng) {
     STORE store(w, h);
-    rng.below(2) ? store.fill(rng) : store.fill_natural(rng);
+    rng.below(2) ? samples_fill(store.bytes(), rng) : store.fill_natural(rng);
     const int radius = rng.between(1, 3), strength = rng.between(0, 256), threshold = rng.between(0, 256);
     random_threads(rng);
     SCOPED_TRACE(testing::Message() << w << " x " << h << ", radius " << radius << ", strength " << strength
@@ -113,7 +107,6 @@ TEST(NoiseTime, KnownValues) {
     // T 288, W 21845: two differences of 60 give 120 * 21845 >> 16 = 39; -60 counts as ~59: -120 floors to -40.
     EXPECT_EQ(spot(6, 1, 256, 40, 100), 40 + 39);
     EXPECT_EQ(spot(6, 1, 256, 160, 100), 160 - 40);
-    EXPECT_EQ(spot(6, 2, 256, 160, 100), 160 - 48);        // W 13107: -240 * 13107 >> 16
     EXPECT_EQ(spot(6, 3, 128, 160, 100), 160 - 26);        // W 4681
     EXPECT_EQ(spot(6, 1, 256, 0, 300, 0), 91);             // 12 above T: 300 - 24 = 276, * 21845 >> 16 = 91.998
     EXPECT_EQ(spot(6, 1, 256, 0, 575, 2), 0);              // 575 - 2 * 287 = 1, a third of which is lost
@@ -123,12 +116,9 @@ TEST(NoiseTime, KnownValues) {
     EXPECT_EQ(spot(2, 3, 256, 140, 100), 140 - 1);  // six complements of 0 and 3: -3 * 9362 >> 16 = -1
 }
 
-// ---- the filter in its chain ----------------------------------------------------------------------------------------
-
 struct NoiseTimeFilterTest : FRAME_SOURCE_TEST {
     FILTER* filter = nullptr;
     FILTER_RUN chain;
-
     static int tone(int n, int y, int i) { return n * n * 5 + y + i; }
     void SetUp() override {
         FRAME_SOURCE_TEST::SetUp();
@@ -162,11 +152,10 @@ struct NoiseTimeFilterTest : FRAME_SOURCE_TEST {
         run(n);
         ASSERT_EQ((std::array{chain.param.width, chain.param.height}), (std::array{width, height}));
         ASSERT_FALSE(chain.swapped());
-        for (int y = 0; y < height; ++y)
-            for (int i = 0; i < width * 3; ++i)
-                ASSERT_EQ(frame_get(chain.image.image, y, i),
-                          model(store, radius, filter->track_values[0], filter->track_values[2], y, i))
-                    << "frame " << n << " row " << y << " sample " << i;
+        SCOPED_TRACE(n);
+        expect_picture(chain.image.copy(), chain.image.block(), width, height, [&](int y, int i) {
+            return model(store, radius, filter->track_values[0], filter->track_values[2], y, i);
+        });
     }
     size_t renders(int n) {
         return size_t(std::ranges::count(steps_of([&] { run(n); }), "source"));

@@ -1,13 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
-#include <cstring>
-#include <functional>
-#include <span>
-#include <vector>
 
 #include "pixels/frame_buffer.h"
 #include "platform/parallel.h"
@@ -26,24 +19,19 @@ T word(T v) {
 /// The size of a difference as the filters take it: by the complement.
 inline int size_of(int v) { return v >= 0 ? v : -1 - v; }
 
-// ---- samples of a frame
-
 inline bool byte_samples() { return frame_geometry.pixel_size == 2; }
 inline int samples_of(int w) { return byte_samples() ? (w + 1) / 2 * 4 : w * 3; }
 inline int sample_limited(int v) { return byte_samples() ? std::clamp(v, 0, 255) : word(v); }
 
 inline int sample_get(const uint8_t* row, int i) {
     if (byte_samples()) return row[i];
-    int16_t v;
-    std::memcpy(&v, row + 2 * ptrdiff_t{i}, sizeof v);
-    return v;
+    return reinterpret_cast<const int16_t*>(row)[i];
 }
 inline void sample_put(uint8_t* row, int i, int value) {
-    const auto v = int16_t(value);
     if (byte_samples())
         row[i] = uint8_t(value);
     else
-        std::memcpy(row + 2 * ptrdiff_t{i}, &v, sizeof v);
+        reinterpret_cast<int16_t*>(row)[i] = int16_t(value);
 }
 template <class BYTE>
 BYTE* frame_row(BYTE* image, int y, int x = 0) {
@@ -118,8 +106,6 @@ void expect_picture(std::vector<uint8_t> before, std::span<const uint8_t> got, i
     expect_block(before, got);
 }
 
-// ---- runs
-
 /// Runs `round` on every vector target, and then on the definitions.
 inline void for_every_form(const std::function<void(RNG& rng)>& round) {
     kernel_for_each_target(round);
@@ -149,15 +135,11 @@ struct FILTER_RUN {
     FRAME image, scratch;
     FILTER filter{};
     FILTER_PROC_PARAM param{};
-
     int run(PROC proc, int w, int h) {
-        filter.track_values = tracks.data();
-        filter.check_values = checks.data();
-        filter.extra_data = extra.data();
+        filter.track_values = tracks.data(), filter.check_values = checks.data(), filter.extra_data = extra.data();
         param.image = reinterpret_cast<YC48_PIXEL*>(image.image);
         param.scratch = reinterpret_cast<YC48_PIXEL*>(scratch.image);
-        param.width = w;
-        param.height = h;
+        param.width = w, param.height = h;
         return proc(&filter, &param);
     }
     /// Whether the result is the second frame.

@@ -71,8 +71,6 @@ static int noise_model(const PICTURE& p, int row, int i, const TRACKS& tracks) {
     return sample_limited(c + floor_65536(sum * (tracks[0] * 256 / (COUNTS[r] + 1))));
 }
 
-// ---- beside the models
-
 template <int LEAST_RANGE>
 static TRACKS blur_tracks(RNG& rng) {
     const int low = rng.below(2) ? 0 : rng.between(0, 1023);

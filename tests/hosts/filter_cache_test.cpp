@@ -25,10 +25,8 @@ struct FILTER_CACHE_TEST : FRAME_SOURCE_TEST {
         start_with({{&add_filter, adder}, {&user, record("user", FILTER_F_ACTIVE | FILTER_F_TEMPORAL)}});
         open_edit = edit.get();
     }
-    int word(const uint8_t* image, int x, int y) const {
-        int16_t value;
-        std::memcpy(&value, image + (y * user->cache_width + x) * 6, sizeof value);
-        return value;
+    static int word(const uint8_t* image, int x, int y) {
+        return reinterpret_cast<const int16_t*>(image)[(y * user->cache_width + x) * 3];
     }
     int read(int n) {
         const uint8_t* image = filter_cache_read(user, edit.get(), n);
@@ -36,10 +34,8 @@ struct FILTER_CACHE_TEST : FRAME_SOURCE_TEST {
     }
     /// How often the chain ran for reading frames.
     size_t runs(std::initializer_list<int> frames) {
-        return steps_of([&] {
-                   for (const int n : frames) EXPECT_EQ(read(n), 100 + n);
-               }).size() /
-               2;
+        const auto read_all = [&] { std::ranges::for_each(frames, [&](int n) { EXPECT_EQ(read(n), 100 + n); }); };
+        return steps_of(read_all).size() / 2;
     }
 };
 
@@ -110,8 +106,7 @@ TEST_F(FILTER_CACHE_TEST, EndsAtTheSourceInsideItsOwnFill) {
     static int inner;
     ASSERT_EQ(filter_cache_configure(user, W, H, 4, 0), 1);
     add_filter->func_proc = [](FILTER* filter, FILTER_PROC_PARAM* param) {
-        const uint8_t* image = filter_cache_read(user, open_edit, 7);
-        inner = *reinterpret_cast<const int16_t*>(image);
+        inner = word(filter_cache_read(user, open_edit, 7), 0, 0);
         filter_cache_clear_all();  // leaves a cache alone that is being filled
         EXPECT_EQ(filter_cache_configure(user, W, H, 9, 0), 0);
         return add_100(filter, param);
@@ -134,9 +129,8 @@ TEST_F(FILTER_CACHE_TEST, SurvivesWhatHappensDuringAFill) {
     filter_set_active(user, true);
     // A reader that is abandoned in the midst of a read leaves no fill open.
     add_filter->func_proc = add_100;
-    user->func_proc = [](FILTER* filter, FILTER_PROC_PARAM*) -> int {
-        filter_cache_read(filter, open_edit, 5);
-        return 1;
+    user->func_proc = [](FILTER* filter, FILTER_PROC_PARAM*) {
+        return int(filter_cache_read(filter, open_edit, 5) != nullptr);
     };
     FILTER_PROC_PARAM param{};
     static bool crashed;

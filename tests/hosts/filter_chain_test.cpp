@@ -1,14 +1,10 @@
-#include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <stdexcept>
 
 #include "core/profile.h"
 #include "filter_fixture.h"
 #include "hosts/filter_functions.h"
 #include "hosts/filter_order.h"
-#include "resources/language.h"
-#include "resources/string_ids.h"
 
 struct FILTER_CHAIN_TEST : FILTER_TABLE_TEST {
     inline static STEPS events;  // what the filters were told
@@ -20,10 +16,6 @@ struct FILTER_CHAIN_TEST : FILTER_TABLE_TEST {
         FILTER_PROC_PARAM param{};
         return steps_of([&] { filter_chain_run(&param, profile_current(), first, stop); });
     }
-    static FILTER* restart(FILTER* stop) {
-        FILTER_PROC_PARAM param{};
-        return filter_chain_restart_point(&param, profile_current(), stop);
-    }
     // Names of the test's own filters; the built-in ones around them keep out of it.
     template <class FILTERS>
     static STEPS names(const FILTERS& filters) {
@@ -31,11 +23,6 @@ struct FILTER_CHAIN_TEST : FILTER_TABLE_TEST {
         for (const FILTER* filter : filters)
             if (filter->module) found.push_back(filter->name);
         return found;
-    }
-    static FILTER_ORDER chain() {
-        FILTER_ORDER all;
-        for (FILTER* const* at = filter_chain(); *at; ++at) all.push_back(*at);
-        return all;
     }
 };
 
@@ -53,17 +40,14 @@ TEST_F(FILTER_CHAIN_TEST, IsOrderedByPlaceThenByList) {
     start();
     EXPECT_EQ(names(filter_order_now(false)), (STEPS{"f", "a", "b", "z"}));
     EXPECT_EQ(names(filter_order_now(true)), (STEPS{"s"}));
-    EXPECT_EQ(f->chain_order, 0);
-    EXPECT_EQ(z->chain_order, 127);
     // noise, sharpen, blur, clip, border, volume and size come before plug-ins
-    EXPECT_EQ(a->chain_order, 8);
+    EXPECT_EQ((std::array{f->chain_order, a->chain_order, z->chain_order}), (std::array{0, 8, 127}));
     for (const FILTER* filter : {tool, method, none}) EXPECT_EQ(filter->chain_order, -1);
 
     FILTER_ORDER order = filter_order_now(false);
     const int n = int(order.size()), from = int(std::ranges::find(order, a) - order.begin());
-    EXPECT_FALSE(filter_order_move(&order, 0, -1));
-    EXPECT_FALSE(filter_order_move(&order, -1, 0));
-    EXPECT_FALSE(filter_order_move(&order, n - 1, n));
+    for (const auto& [bad, to] : {std::pair{0, -1}, {-1, 0}, {n - 1, n}})
+        EXPECT_FALSE(filter_order_move(&order, bad, to));
     EXPECT_TRUE(filter_order_move(&order, from, n - 1));
     EXPECT_EQ(names(order), (STEPS{"f", "b", "z", "a"}));
     EXPECT_TRUE(filter_order_move(&order, n - 1, 0));
@@ -112,10 +96,10 @@ TEST_F(FILTER_CHAIN_TEST, RestartsAtTheLastTemporalFilterAheadOfTheStop) {
     FILTER* b = add("b", FILTER_F_ACTIVE);
     FILTER* late = add("late", FILTER_F_ACTIVE | FILTER_F_TEMPORAL);
     start();
-    EXPECT_EQ(restart(nullptr), late);
-    EXPECT_EQ(restart(late), early);
-    EXPECT_EQ(restart(b), early);
-    EXPECT_EQ(restart(early), nullptr);
+    const std::pair<FILTER*, FILTER*> rows[] = {{nullptr, late}, {late, early}, {b, early}, {early, nullptr}};
+    FILTER_PROC_PARAM param{};
+    const auto restart = [&](FILTER* stop) { return filter_chain_restart_point(&param, profile_current(), stop); };
+    for (const auto& [stop, from] : rows) EXPECT_EQ(restart(stop), from);
     filter_set_active(late, false);
     EXPECT_EQ(restart(nullptr), early);
 }
@@ -187,7 +171,6 @@ TEST_F(FILTER_CHAIN_TEST, TellsFiltersInOrder) {
     filter_window_hooks.send = filter_window_hooks.post = [](FILTER* f, uint32_t message, uintptr_t wparam) {
         tell(f, std::to_string(message) + " " + std::to_string(wparam));
     };
-
     filter_notify_save_start(FILTER_SAVE_AUDIO, 2, 5, nullptr);
     filter_notify_save_end(FILTER_SAVE_VIDEO | FILTER_SAVE_AUDIO, nullptr);
     EXPECT_EQ(events, (STEPS{"audio start 2-5", "video 1129 0", "video 1130 0", "video end", "audio end"}));

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "hosts/filter.h"
 #include "platform/guard.h"
 #include "resources/language.h"
@@ -41,6 +38,11 @@ struct FILTER_TABLE_TEST : ::testing::Test {
         return filter_plugin_add(&filter, &faults, "/plugins/test.vtf", nullptr);
     }
     static FILTER* add(const char* name, uint32_t flags = 0) { return add(record(name, flags)); }
+    static std::vector<const FILTER*> chain() {
+        std::vector<const FILTER*> all;
+        for (FILTER* const* at = filter_chain(); *at; ++at) all.push_back(*at);
+        return all;
+    }
     static void start(bool headless = false) { filter_system_init(nullptr, headless ? nullptr : &faults); }
 
     /// The steps of whatever runs, by name, without the size change that is always on.

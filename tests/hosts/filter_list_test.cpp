@@ -1,23 +1,18 @@
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 
 #include "filter_fixture.h"
 #include "hosts/filter_functions.h"
 #include "hosts/filter_size_list.h"
-#include "resources/language.h"
-#include "resources/string_ids.h"
 
 static std::vector<int> checks_of(const FILTER* filter) {
     return {filter->check_values, filter->check_values + filter->check_count};
 }
 
 TEST(FilterLayout, IsThePublishedOneOnA32BitMachine) {
-    const std::string root = VANTEL_SOURCE_DIR;
-    const std::string command = "gcc -std=c11 -m32 -ffreestanding -fsyntax-only -Wall -Wextra -I" + root + "/sdk " +
-                                root + "/tests/hosts/filter_layout_32.c";
-    EXPECT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(std::system("gcc -std=c11 -m32 -ffreestanding -fsyntax-only -Wall -Wextra -I" VANTEL_SOURCE_DIR
+                          "/sdk " VANTEL_SOURCE_DIR "/tests/hosts/filter_layout_32.c"),
+              0);
 }
 
 TEST_F(FILTER_TABLE_TEST, WindowsAreNotListedWithoutOne) {
@@ -65,12 +60,11 @@ TEST_F(FILTER_TABLE_TEST, FindsTheChosenMethodByItsName) {
     filter_select(holder, 6);
     filter_notify_update(holder, 6 | FILTER_UPDATE_CHECK);
     EXPECT_STREQ(static_cast<char*>(holder->extra_data), "one");
-    std::memcpy(holder->extra_data, "two", sizeof "two");
-    filter_notify_update(holder, 0);
-    EXPECT_EQ(filter_selected(holder), 7);
-    std::memcpy(holder->extra_data, "gone", sizeof "gone");
-    filter_notify_update(holder, 0);
-    EXPECT_EQ(filter_selected(holder), 0);
+    for (const auto& [name, selected] : {std::pair{"two", 7}, {"gone", 0}}) {
+        std::strcpy(static_cast<char*>(holder->extra_data), name);
+        filter_notify_update(holder, 0);
+        EXPECT_EQ(filter_selected(holder), selected);
+    }
 }
 
 TEST_F(FILTER_TABLE_TEST, InvalidatesAFilterWhoseInitFails) {
@@ -86,18 +80,12 @@ TEST_F(FILTER_TABLE_TEST, InvalidatesAFilterWhoseInitFails) {
     for (const FILTER* filter : {filters[0], filters[1]}) {
         EXPECT_STREQ(filter->name, "_invalid_filter");
         EXPECT_EQ(filter->flags, 0x3FFFFBF8u);
-        EXPECT_EQ(filter->func_proc, nullptr);
-        EXPECT_EQ(filter->func_exit, nullptr);
+        EXPECT_TRUE(!filter->func_proc && !filter->func_exit);
     }
     EXPECT_EQ(faults, STEPS{"crash FILTER::func_init()"});
     EXPECT_EQ(filter_find("good"), filters[2]);
-    const auto in_chain = [](const FILTER* filter) {
-        FILTER* const* at = filter_chain();
-        while (*at && *at != filter) ++at;
-        return *at != nullptr;
-    };
-    EXPECT_FALSE(in_chain(filters[1]));
-    EXPECT_TRUE(in_chain(filters[2]));
+    EXPECT_EQ(std::ranges::count(chain(), filters[1]), 0);
+    EXPECT_EQ(std::ranges::count(chain(), filters[2]), 1);
     EXPECT_EQ(filter_deinterlace_method(6), filters[3]);  // the invalid ones take no number
 }
 
@@ -117,21 +105,20 @@ TEST_F(FILTER_TABLE_TEST, TakesAtMost96Plugins) {
 }
 
 TEST(SizeList, EndsAtTheFirstItemThatDoesNotFit) {
-    const std::string none = "640x480 352x240 320x240 ";
-    for (const auto& [text, want] :
-         std::vector<std::pair<std::string, std::string>>{{"1280x720, 640 X 480 ;352*240", "1280x720 640x480 352x240 "},
-                                                          {"1x2,3x4,5x", "1x2 3x4 "},
-                                                          {"1x2,0x4,5x6", "1x2 "},
-                                                          {"1x2 3x4", none},
-                                                          {"99999999999x1", none},
-                                                          {"", none}}) {
-        SIZE_ITEM items[SIZE_ITEM_MAX];
+    SIZE_ITEM items[SIZE_ITEM_MAX];
+    const char* none = "640x480 352x240 320x240 ";
+    const std::pair<const char*, const char*> rows[] = {{"1280x720, 640 X 480 ;352*240", "1280x720 640x480 352x240 "},
+                                                        {"1x2,3x4,5x", "1x2 3x4 "},
+                                                        {"1x2,0x4,5x6", "1x2 "},
+                                                        {"1x2 3x4", none},
+                                                        {"99999999999x1", none},
+                                                        {"", none}};
+    for (const auto& [text, want] : rows) {
         std::string all;
-        for (int i = 0, n = size_list_parse(text.c_str(), items); i < n; ++i) all += std::string(items[i].label) + " ";
+        for (int i = 0, n = size_list_parse(text, items); i < n; ++i) all += std::string(items[i].label) + " ";
         EXPECT_EQ(all, want);
     }
     std::string many;
     for (int i = 0; i < 40; ++i) many += "1x1,";
-    SIZE_ITEM items[SIZE_ITEM_MAX];
     EXPECT_EQ(size_list_parse(many.c_str(), items), SIZE_ITEM_MAX);
 }

@@ -3,11 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cstring>
-#include <iterator>
-#include <string>
-
 #include "hosts/filter.h"
 #include "support/command.h"
 
@@ -17,10 +12,8 @@ const std::string HEAD("Vantel FilterConfigFile version 0.1\0", 36);
 
 std::string words(std::initializer_list<int64_t> values) {
     std::string out;
-    for (const int64_t value : values) {
-        const auto word = uint32_t(value);
-        for (int i = 0; i < 4; ++i) out += char(word >> 8 * i);
-    }
+    for (const int64_t value : values)
+        for (int i = 0; i < 4; ++i) out += char(uint32_t(value) >> 8 * i);
     return out;
 }
 
@@ -58,16 +51,10 @@ struct FilterSettings : testing::Test {
     TEMP_FOLDER_PATH folder;
     FILTER *sharp, *list, *group;
     std::string path = folder / "p.cfg";
-
     FilterSettings() {
         FILTER s = plain_record("S", FILTER_F_EXTRA_DATA | FILTER_F_NO_WINDOW, SHARP_CHECKS);
-        s.track_count = 2;
-        s.track_defaults = SHARP_DEFAULTS;
-        s.track_lows = SHARP_LOWS;
-        s.track_highs = SHARP_HIGHS;
-        s.extra_data = extra;
-        s.extra_size = 3;
-        s.extra_defaults = EXTRA_DEFAULTS;
+        s.track_count = 2, s.extra_size = 3, s.extra_data = extra, s.extra_defaults = EXTRA_DEFAULTS;
+        s.track_defaults = SHARP_DEFAULTS, s.track_lows = SHARP_LOWS, s.track_highs = SHARP_HIGHS;
         FILTER l = plain_record("L", FILTER_F_ALWAYS_ON | FILTER_F_MENU_RADIO, LIST_CHECKS);
         l.func_proc = nullptr;
         const FILTER g = plain_record("G", FILTER_F_RADIO_CHECKS | FILTER_F_NO_WINDOW, GROUP_CHECKS);
@@ -134,7 +121,6 @@ TEST_F(FilterSettings, RoundTripThroughAFileThatOnlyChangesWithTheValues) {
     filter_config_save();
     const std::string stored = file_bytes(path);
     EXPECT_EQ(stored, built());
-
     filter_config_load((folder / "none.cfg").c_str());
     expect_sharp_defaults();
     EXPECT_EQ(filter_selected(list), 2);
@@ -142,7 +128,6 @@ TEST_F(FilterSettings, RoundTripThroughAFileThatOnlyChangesWithTheValues) {
     EXPECT_EQ(built(), stored);
     EXPECT_EQ(filter_selected(list), 3);
     EXPECT_TRUE(in_chain(sharp));
-
     const ino_t number = file_number(path);
     filter_config_save();
     EXPECT_EQ(file_number(path), number);
@@ -161,28 +146,21 @@ TEST_F(FilterSettings, StoredValuesAreHeldToTheRecord) {
     EXPECT_EQ(sharp->track_store[0], -10);
     EXPECT_EQ(sharp->track_store[1], 100);
     EXPECT_EQ(sharp->check_store[2], -1);
-    EXPECT_TRUE(sharp->flags & FILTER_F_ACTIVE);
-    EXPECT_EQ(sharp->flags & ~uint32_t{FILTER_F_ACTIVE}, uint32_t{FILTER_F_EXTRA_DATA | FILTER_F_NO_WINDOW});
-
-    apply(HEAD + record("<f>S", {words({-1}), words({200}), "", "", ""}));
-    EXPECT_EQ(sharp->chain_order, 200);
-    EXPECT_FALSE(in_chain(sharp));
-    apply(HEAD + record("<f>S", {words({-1}), words({0}), "", "", ""}));
-    EXPECT_EQ(sharp->chain_order, 0);
-    apply(HEAD + record("<f>S", {words({0}), words({-5}), "", "", ""}));
-    EXPECT_EQ(sharp->chain_order, filter_default_order(sharp));
-    EXPECT_TRUE(in_chain(sharp));
+    EXPECT_EQ(sharp->flags, uint32_t{FILTER_F_EXTRA_DATA | FILTER_F_NO_WINDOW | FILTER_F_ACTIVE});
+    const int own = filter_default_order(sharp);
+    for (const auto& [active, order, want] : {std::array{-1, 200, 200}, {-1, 0, 0}, {0, -5, own}}) {
+        apply(HEAD + record("<f>S", {words({active}), words({order}), "", "", ""}));
+        EXPECT_EQ(sharp->chain_order, want);
+        EXPECT_EQ(in_chain(sharp), want != 200);
+    }
 
     // value of each list entry -> the one selected: the first of 1 or more, else the first that can be
-    const struct {
-        std::string values;
-        int selected;
-    } lists[] = {{words({-1, 0, 0, 1}), 3}, {words({5, 0, 0, 0}), 1}, {words({-1, 0, 2, 1}), 2}, {words({1, 1}), 2}};
+    const std::pair<std::string, int> lists[] = {
+        {words({-1, 0, 0, 1}), 3}, {words({5, 0, 0, 0}), 1}, {words({-1, 0, 2, 1}), 2}, {words({1, 1}), 2}};
     for (const auto& [values, selected] : lists) {
         apply(HEAD + record("L", {words({0}), words({4}), "", values}));
         EXPECT_EQ(filter_selected(list), selected);
-        for (int i = 1; i < 4; ++i) EXPECT_EQ(list->check_store[i], i == selected);
-        EXPECT_EQ(list->check_store[0], -1);
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(list->check_store[i], i ? i == selected : -1);
         EXPECT_EQ(list->chain_order, -1);
         EXPECT_TRUE(list->flags & FILTER_F_ACTIVE);
     }
@@ -193,13 +171,10 @@ TEST_F(FilterSettings, StoredValuesAreHeldToTheRecord) {
 
 TEST_F(FilterSettings, AMissingBlockCostsOnlyItsDefault) {
     apply(HEAD + sharp_record(words({1, 2, 3})));
-    EXPECT_EQ(sharp->track_store[1], 20);
-    EXPECT_EQ(sharp->chain_order, 3);
-    EXPECT_EQ(sharp->check_store[0], 1);
-    EXPECT_EQ(extra[2], 3);
-    EXPECT_EQ(std::count(updates.begin(), updates.end(), 'S'), 1);
-    EXPECT_EQ(std::count(updates.begin(), updates.end(), '!'), 0);
-
+    EXPECT_EQ((std::array{sharp->track_store[1], sharp->chain_order, sharp->check_store[0], int{extra[2]}}),
+              (std::array{20, 3, 1, 3}));
+    EXPECT_EQ(std::ranges::count(updates, 'S'), 1);
+    EXPECT_EQ(std::ranges::count(updates, '!'), 0);
     const std::string good = sharp_record(words({1, 2}));
     const auto expect_only_defaults = [&](const std::string& file) {
         apply(HEAD + good);
@@ -220,11 +195,8 @@ TEST_F(FilterSettings, AMissingBlockCostsOnlyItsDefault) {
 TEST_F(FilterSettings, CutAndDamagedFilesAreReadInBounds) {
     apply(HEAD + sharp_record(words({1, 2})));
     const std::string whole = built();
-    for (size_t n = 0; n <= whole.size(); ++n) {
-        // Memory of the very size, so that a sanitizer sees a byte read too many.
-        const std::vector<uint8_t> cut(whole.begin(), whole.begin() + std::ptrdiff_t(n));
-        filter_config_apply(cut);
-    }
+    // Memory of the very size, so that a sanitizer sees a byte read too many.
+    for (size_t n = 0; n <= whole.size(); ++n) filter_config_apply(std::vector<uint8_t>(&whole[0], &whole[n]));
     EXPECT_EQ(built(), whole);
 }
 

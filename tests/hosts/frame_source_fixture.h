@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cstring>
-#include <memory>
-
 #include "core/edit_state.h"
 #include "core/frame_table.h"
 #include "core/profile.h"
@@ -23,8 +20,7 @@ struct FRAME_SOURCE_TEST : FILTER_TABLE_TEST {
     /// Puts up the chain: the source and the filters given.
     void start_with(std::initializer_list<std::pair<FILTER**, FILTER>> filters) {
         edit->edit_flag = EDIT_OPEN;
-        edit->width = width;
-        edit->height = height;
+        edit->width = width, edit->height = height;
         edit->frame_n = FRAMES;
         std::strncpy(edit->profile_name[0], profile_current(), PATH_SIZE - 1);
         ASSERT_EQ(frame_table_alloc(FRAMES), 1);
@@ -40,8 +36,7 @@ struct FRAME_SOURCE_TEST : FILTER_TABLE_TEST {
         frame_table_free();
     }
     static int draw(FILTER*, FILTER_PROC_PARAM* param) {
-        param->width = width;
-        param->height = height;
+        param->width = width, param->height = height;
         for_samples(param, [&](int16_t* at, int y, int i) { *at = int16_t(sample(param->frame, y, i)); });
         return 1;
     }

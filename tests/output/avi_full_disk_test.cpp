@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "avi_sample.h"
 #include "riff_dump.h"
 
@@ -64,9 +62,8 @@ static LIMITED_RUN run_limited(const std::vector<SAMPLE_CHUNK>& chunks, size_t l
     {
         const SIZE_LIMIT size_limit(limit);
         run.opened = sample_open(context.get(), file, SAVE_VIDEO | SAVE_AUDIO, info);
-        if (run.opened == AVI_OK) {
+        if (run.opened == AVI_OK)
             while (run.taken < chunks.size() && sample_put(context.get(), chunks[run.taken]) == AVI_OK) ++run.taken;
-        }
         run.closed = avi_close(context.get());
     }
     run.bytes = file.load();
@@ -97,8 +94,9 @@ static void expect_opens_at_every_limit(const std::vector<SAMPLE_CHUNK>& chunks,
     }
 }
 
-TEST(AviFullDisk, AFileOpensAsFarAsItGot) {
-    const SAMPLE_SETTINGS settings;
+struct AviFullDisk : SAMPLE_TEST {};
+
+TEST_F(AviFullDisk, AFileOpensAsFarAsItGot) {
     for (const int unit : {0, 1, 4096}) {
         avi_writer_set_unit(unit);
         avi_writer_settings.part_limit = settings.before.part_limit;
@@ -109,21 +107,18 @@ TEST(AviFullDisk, AFileOpensAsFarAsItGot) {
     }
 }
 
-TEST(AviFullDisk, WavKeepsWholeSamples) {
-    const SAMPLE_SETTINGS settings;
+TEST_F(AviFullDisk, WavKeepsWholeSamples) {
     const SAMPLE_FILE file("limited.wav");
     for (const int unit : {0, 1}) {
         for (size_t limit = 40; limit < 5050; limit += 7) {
             avi_writer_set_unit(unit);
-            const auto context = sample_context();
             context->audio_header.nBlockAlign = 3;
             {
                 const SIZE_LIMIT size_limit(limit);
                 const int opened = sample_open(context.get(), file, SAVE_WAV_FILE | SAVE_AUDIO);
                 ASSERT_EQ(limit < 46 ? AVI_NO_FILE : AVI_OK, opened);
                 if (opened != AVI_OK) continue;
-                const BYTES sound = sample_bytes(1, 999);
-                for (int i = 0; i < 5; ++i) avi_put_audio(context.get(), sound.data(), sound.size());
+                for (int i = 0; i < 5; ++i) avi_put_audio(context.get(), sample_bytes(1, 999).data(), 999);
                 EXPECT_EQ(limit >= 46 + 4995 + 1, avi_close(context.get()));
             }
             const BYTES bytes = file.load();

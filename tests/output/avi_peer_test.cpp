@@ -17,13 +17,13 @@ static void append_top_down(BYTES& out, const BYTES& frame) {
     for (size_t y = SAMPLE_HEIGHT; y-- > 0;) out.insert(out.end(), &frame[y * row], &frame[y * row] + row);
 }
 
-TEST(AviPeer, FfmpegReadsPlainAndSplitFiles) {
-    const SAMPLE_SETTINGS settings;
+struct AviPeer : SAMPLE_TEST {};
+
+TEST_F(AviPeer, FfmpegReadsPlainAndSplitFiles) {
     for (const uint32_t limit : {0x7E000000u, 20000u}) {
         SCOPED_TRACE(limit);
         avi_writer_settings.part_limit = limit;
         const SAMPLE_FILE file("peer.avi");
-        const auto context = sample_context();
         ASSERT_EQ(AVI_OK, sample_open(context.get(), file, SAVE_VIDEO | SAVE_AUDIO));
         BYTES video, audio;
         for (uint32_t i = 0; i < 200; ++i) {
@@ -42,13 +42,11 @@ TEST(AviPeer, FfmpegReadsPlainAndSplitFiles) {
     }
 }
 
-TEST(AviPeer, FfmpegReadsFilesOfAFullDisk) {
-    const SAMPLE_SETTINGS settings;
+TEST_F(AviPeer, FfmpegReadsFilesOfAFullDisk) {
     avi_writer_settings.part_limit = 20000;
     for (const size_t limit : {10000u, 20200u, 22000u, 40000u}) {
         SCOPED_TRACE(limit);
         const SAMPLE_FILE file("full.avi");
-        const auto context = sample_context();
         BYTES video;
         {
             const SIZE_LIMIT size_limit(limit);

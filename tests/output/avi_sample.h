@@ -68,6 +68,12 @@ inline std::unique_ptr<SAVE_CONTEXT> sample_context() {
     return context;
 }
 
+/// Settings that are put back, and a context.
+struct SAMPLE_TEST : testing::Test {
+    const SAMPLE_SETTINGS settings;
+    const std::unique_ptr<SAVE_CONTEXT> context = sample_context();
+};
+
 /// Opens a file by the writer; info: the INFO list.
 inline int sample_open(SAVE_CONTEXT* context, const SAMPLE_FILE& file, uint32_t flags, const BYTES& info = {}) {
     return avi_open(context, file.path.c_str(), flags, info.data(), info.size());
@@ -98,13 +104,10 @@ inline int sample_put(SAVE_CONTEXT* context, const SAMPLE_CHUNK& chunk) {
 inline std::vector<SAMPLE_CHUNK> sample_chunks(uint32_t n, size_t step) {
     std::vector<SAMPLE_CHUNK> chunks;
     for (uint32_t i = 0; i < n; ++i) {
-        if (i % 4 == 0) {
+        if (i % 4 == 0)
             chunks.push_back({FCC_01WB, sample_bytes(i, 2 * (i + 1))});
-        } else if (i % 8 == 7) {
-            chunks.push_back({FCC_00DC, {}});
-        } else {
-            chunks.push_back({i % 4 == 1 ? FCC_00DB : FCC_00DC, sample_bytes(i, step * i + i % 3)});
-        }
+        else
+            chunks.push_back({i % 4 == 1 ? FCC_00DB : FCC_00DC, sample_bytes(i, i % 8 == 7 ? 0 : step * i + i % 3)});
     }
     return chunks;
 }

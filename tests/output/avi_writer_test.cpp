@@ -1,8 +1,6 @@
 #include "output/avi_writer.h"
 
 #include <chrono>
-#include <fstream>
-#include <random>
 
 #include "avi_sample.h"
 #include "output/avi_header.h"
@@ -21,34 +19,32 @@ static BYTES sample_info() {
     return info;
 }
 
-static BYTES write_chunks(const std::vector<SAMPLE_CHUNK>& chunks, uint32_t flags, const BYTES& info,
-                          int expected = 1) {
+static BYTES write_chunks(const std::vector<SAMPLE_CHUNK>& chunks, const BYTES& info = {}) {
     const SAMPLE_FILE file("chunks.avi");
     const auto context = sample_context();
-    EXPECT_EQ(AVI_OK, sample_open(context.get(), file, flags, info));
+    EXPECT_EQ(AVI_OK, sample_open(context.get(), file, SAVE_VIDEO | SAVE_AUDIO, info));
     for (const SAMPLE_CHUNK& chunk : chunks) EXPECT_EQ(1, sample_put(context.get(), chunk));
-    EXPECT_EQ(expected, avi_close(context.get()));
+    EXPECT_EQ(1, avi_close(context.get()));
     EXPECT_EQ(0u, context->media_flag);
     return file.load();
 }
 
-TEST(AviWriter, MatchesTheDumps) {
-    const SAMPLE_SETTINGS settings;
+struct AviWriter : SAMPLE_TEST {};
+
+TEST_F(AviWriter, MatchesTheDumps) {
     for (const int unit : {0, 1, 4096}) {
         SCOPED_TRACE(unit);
         avi_writer_set_unit(unit);
         avi_writer_settings.part_limit = settings.before.part_limit;
-        const uint32_t both = SAVE_VIDEO | SAVE_AUDIO;
-        EXPECT_EQ(expected_dump("plain.txt"), riff_dump(write_chunks(sample_chunks(16, 5), both, sample_info())));
-        EXPECT_EQ(expected_dump("empty.txt"), riff_dump(write_chunks({}, both, {})));
+        EXPECT_EQ(expected_dump("plain.txt"), riff_dump(write_chunks(sample_chunks(16, 5), sample_info())));
+        EXPECT_EQ(expected_dump("empty.txt"), riff_dump(write_chunks({})));
         avi_writer_settings.part_limit = 8192;
-        EXPECT_EQ(expected_dump("split.txt"), riff_dump(write_chunks(sample_chunks(26, 60), both, sample_info())));
+        EXPECT_EQ(expected_dump("split.txt"), riff_dump(write_chunks(sample_chunks(26, 60), sample_info())));
     }
 }
 
-TEST(AviWriter, RawFramesAndWavMatchTheDumps) {
+TEST_F(AviWriter, RawFramesAndWavMatchTheDumps) {
     const SAMPLE_FILE file("raw");
-    auto context = sample_context();
     ASSERT_EQ(AVI_OK, sample_open(context.get(), file, SAVE_VIDEO));
     EXPECT_EQ(WRITER_AVI | WRITER_VIDEO, context->media_flag);
     EXPECT_EQ(0, avi_data_rate(context.get()));
@@ -75,8 +71,7 @@ TEST(AviWriter, RawFramesAndWavMatchTheDumps) {
     EXPECT_EQ(expected_dump("wav.txt"), riff_dump(file.load()));
 }
 
-TEST(AviWriter, RingSizesGiveTheSameFile) {
-    const SAMPLE_SETTINGS settings;
+TEST_F(AviWriter, RingSizesGiveTheSameFile) {
     avi_writer_settings.part_limit = 300000;
     std::mt19937 random(7);
     std::vector<SAMPLE_CHUNK> chunks;
@@ -87,17 +82,15 @@ TEST(AviWriter, RingSizesGiveTheSameFile) {
         chunks.push_back({random() % 3 == 0 && !bytes.empty() ? FCC_01WB : FCC_00DB, std::move(bytes)});
     }
     avi_writer_set_unit(0);
-    const BYTES direct = write_chunks(chunks, SAVE_VIDEO | SAVE_AUDIO, {});
+    const BYTES direct = write_chunks(chunks);
     for (const int unit : {1, 3, 64, 4096}) {
         avi_writer_set_unit(unit);
-        EXPECT_TRUE(direct == write_chunks(chunks, SAVE_VIDEO | SAVE_AUDIO, {})) << unit;
+        EXPECT_TRUE(direct == write_chunks(chunks)) << unit;
     }
 }
 
-TEST(AviWriter, RefusesWhatCannotBeWritten) {
-    const SAMPLE_SETTINGS settings;
+TEST_F(AviWriter, RefusesWhatCannotBeWritten) {
     const SAMPLE_FILE file("refused.avi");
-    const auto context = sample_context();
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(AVI_NO_FILE, avi_open(context.get(), "/tmp", SAVE_VIDEO, nullptr, 0));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
@@ -119,16 +112,13 @@ TEST(AviWriter, RefusesWhatCannotBeWritten) {
     EXPECT_EQ(2u, riff_u32(file.load(), 48));  // avih.dwTotalFrames
 }
 
-TEST(AviWriter, StopsBeforeThe127thList) {
-    const SAMPLE_SETTINGS settings;
+TEST_F(AviWriter, StopsBeforeThe127thList) {
     avi_writer_settings.part_limit = 6146;  // one chunk in each list
     const SAMPLE_FILE file("lists.avi");
-    const auto context = sample_context();
     ASSERT_EQ(AVI_OK, sample_open(context.get(), file, SAVE_VIDEO | SAVE_AUDIO));
     const BYTES frame = sample_bytes(1, 6201);
-    for (int i = 0; i < 126; ++i)
-        ASSERT_EQ(AVI_OK, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
-    EXPECT_EQ(AVI_LOST, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
+    for (int i = 0; i < 127; ++i)
+        ASSERT_EQ(i < 126 ? AVI_OK : AVI_LOST, avi_put_stored_frame(context.get(), frame.data(), frame.size(), 16));
     EXPECT_EQ(AVI_LOST, avi_put_stored_audio(context.get(), "ab", 2));
     EXPECT_EQ(0, avi_close(context.get()));
     const BYTES bytes = file.load();
@@ -145,9 +135,8 @@ TEST(AviWriter, StopsBeforeThe127thList) {
     EXPECT_EQ("JUNK", riff_code(bytes, 0x93A));  // no list holds sound
 }
 
-TEST(AviWriter, ListsOfTheUsualSizeBeyondFourGiB) {
+TEST_F(AviWriter, ListsOfTheUsualSizeBeyondFourGiB) {
     const SAMPLE_FILE file("large.avi");
-    const auto context = sample_context();
     ASSERT_EQ(AVI_OK, sample_open(context.get(), file, SAVE_VIDEO));
     ASSERT_TRUE(avi_file_flush(&avi_writer));
     // holes stand for the bytes before
@@ -165,29 +154,22 @@ TEST(AviWriter, ListsOfTheUsualSizeBeyondFourGiB) {
     EXPECT_EQ(1, avi_close(context.get()));
 }
 
-TEST(AviWriter, WavEndsBelowFourGiB) {
-    const SAMPLE_SETTINGS settings;
+TEST_F(AviWriter, WavEndsBelowFourGiB) {
     avi_writer_set_unit(0);
     const SAMPLE_FILE file("large.wav");
-    const auto context = sample_context();
     ASSERT_EQ(AVI_OK, sample_open(context.get(), file, SAVE_WAV_FILE | SAVE_AUDIO));
     avi_writer.pos = 0xFFFFFFF0;  // a hole in the file stands for the bytes before
-    const BYTES sound = sample_bytes(1, 16);
-    EXPECT_EQ(AVI_LOST, avi_put_audio(context.get(), sound.data(), 16));
-    EXPECT_EQ(AVI_OK, avi_put_audio(context.get(), sound.data(), 15));
-    EXPECT_EQ(AVI_LOST, avi_put_audio(context.get(), sound.data(), 1));
+    for (const auto& [size, result] : {std::pair{16u, AVI_LOST}, {15u, AVI_OK}, {1u, AVI_LOST}})
+        EXPECT_EQ(result, avi_put_audio(context.get(), sample_bytes(1, size).data(), size));
     EXPECT_EQ(0, avi_close(context.get()));
-    std::ifstream in(file.path, std::ios::binary);
+    EXPECT_EQ(0x100000000u, std::filesystem::file_size(file.path));
     BYTES head(46);
-    in.read(reinterpret_cast<char*>(head.data()), 46);
+    std::ifstream(file.path, std::ios::binary).read(reinterpret_cast<char*>(head.data()), 46);
     EXPECT_EQ(0xFFFFFFF8u, riff_u32(head, 4));
     EXPECT_EQ(0xFFFFFFFFu - 46, riff_u32(head, 42));
-    in.seekg(0, std::ios::end);
-    EXPECT_EQ(0x100000000, in.tellg());
 }
 
-TEST(AviWriter, HeadersFollowTheModeAndAreHeldToTheirRoom) {
-    auto context = sample_context();
+TEST_F(AviWriter, HeadersFollowTheModeAndAreHeldToTheirRoom) {
     context->video_stream.fccHandler = 0x11;
     context->decoder.handler = 0x22;
     context->video_header.biCompression = 0x33;

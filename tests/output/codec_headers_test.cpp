@@ -1,7 +1,5 @@
 #include "output/codec_headers.h"
 
-#include <gtest/gtest.h>
-
 #include "vantel_formats.h"
 
 using BYTES = std::vector<uint8_t>;

@@ -1,7 +1,5 @@
 #include "output/progress.h"
 
-#include <gtest/gtest.h>
-
 #include "platform/text.h"
 
 static int64_t now_ms;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <cstring>
@@ -23,28 +24,22 @@ inline std::string riff_code(const std::vector<uint8_t>& bytes, size_t at) {
 
 inline void riff_dump_body(const std::vector<uint8_t>& bytes, size_t at, size_t end, int depth, std::string& out) {
     const std::string indent(size_t(depth) * 2 + 9, ' ');
-    size_t zero_lines = 0;
-    const auto flush_zeros = [&] {
-        if (zero_lines != 0) out += indent + "zeros " + std::to_string(zero_lines) + " x 16\n";
-        zero_lines = 0;
-    };
-    for (; at < end; at += 16) {
-        std::string line;
-        bool zero = at + 16 <= end;
-        for (size_t i = at; i < at + 16 && i < end; ++i) {
-            char hex[4];
-            snprintf(hex, sizeof(hex), " %02x", bytes[i]);
-            line += hex;
-            zero = zero && bytes[i] == 0;
-        }
-        if (zero) {
-            ++zero_lines;
+    while (at < end) {
+        size_t zeros = 0;
+        while (at + zeros < end && bytes[at + zeros] == 0) ++zeros;
+        if (zeros >= 16) {
+            out += indent + "zeros " + std::to_string(zeros / 16) + " x 16\n";
+            at += zeros / 16 * 16;
             continue;
         }
-        flush_zeros();
-        out += indent.substr(1) + line + "\n";
+        out += indent.substr(1);
+        for (const size_t line_end = std::min(at + 16, end); at < line_end; ++at) {
+            char hex[4];
+            snprintf(hex, sizeof(hex), " %02x", bytes[at]);
+            out += hex;
+        }
+        out += "\n";
     }
-    flush_zeros();
 }
 
 inline void riff_dump(const std::vector<uint8_t>& bytes, size_t at, size_t end, int depth, std::string& out) {
@@ -56,11 +51,10 @@ inline void riff_dump(const std::vector<uint8_t>& bytes, size_t at, size_t end, 
         snprintf(head, sizeof(head), "%08zx %*s%s %u", at, depth * 2, "", code.c_str(), size);
         out += head + (list ? " " + riff_code(bytes, at + 8) : "") + "\n";
         const size_t body = at + 8, body_end = body + size < end ? body + size : end;
-        if (list) {
+        if (list)
             riff_dump(bytes, body + 4, body_end, depth + 1, out);
-        } else {
+        else
             riff_dump_body(bytes, body, body_end, depth + 1, out);
-        }
         if (body + size > end) out += "cut off\n";
         at = body + size;
         if (size & 1) {

@@ -1,7 +1,5 @@
 #include "output/save_dialog.h"
 
-#include <functional>
-
 #include "core/edit_fixture.h"
 #include "core/ui_hooks.h"
 #include "output/save.h"

@@ -2,12 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "core/edit_state.h"
 #include "core/frame_table.h"
 #include "core/message.h"
@@ -17,7 +11,6 @@
 #include "core/start_up.h"
 #include "core/ui_hooks.h"
 #include "demo/clip.h"
-#include "hosts/filter.h"
 #include "persist/packed_block.h"
 #include "persist/project_file.h"
 #include "persist/project_load.h"
@@ -28,23 +21,10 @@
 #include "support/track_filter.h"
 
 /// The program with settings, profiles and temporary files of the test's own, and a filter "store" that keeps a block.
-struct PROJECT_HOME {
-    TEMP_FOLDER_PATH folder;
-    PROJECT_HOME() {
-        setenv("VANTEL_HOME", folder.path.c_str(), 1);
-        setenv("TMPDIR", folder.path.c_str(), 1);
-    }
-};
-
 struct Project : testing::Test {
     inline static std::vector<std::string> warned;
     inline static std::string kept, given;  // by the filter: what it stores, what it got
     static constexpr CLIP SMALL = {64, 48, 30, 1, 20, 24, 44100, 0};
-
-    static const PROJECT_HOME& home() {
-        static const PROJECT_HOME one;  // the name of the settings file is fixed at the first start
-        return one;
-    }
 
     TEMP_FOLDER_PATH folder;
     EDIT_STATE* edit = nullptr;
@@ -61,10 +41,9 @@ struct Project : testing::Test {
     }
 
     void SetUp() override {
-        (void)home();
-        kept.clear();
-        given.clear();
-        warned.clear();
+        static const TEMP_FOLDER_PATH home;  // the name of the settings file is fixed at the first start
+        for (const char* name : {"VANTEL_HOME", "TMPDIR"}) setenv(name, home.path.c_str(), 1);
+        kept.clear(), given.clear(), warned.clear();
         FILTER filter = track_filter("store");
         filter.func_project_save = store;
         filter.func_project_load = take;
@@ -89,6 +68,13 @@ struct Project : testing::Test {
         return file;
     }
 
+    /// Opens a clip of the folder, made here; returns its path.
+    std::string open(const char* name, const CLIP& what, uint32_t flags = 0) {
+        std::string file = clip(name, what);
+        EXPECT_EQ(open_file(edit, file.c_str(), flags), 1);
+        return file;
+    }
+
     // ---- a project made by hand
 
     using BYTES = std::string;
@@ -100,17 +86,14 @@ struct Project : testing::Test {
     }
     static BYTES head_and_record(const EDIT_STATE& record) {
         const auto* bytes = reinterpret_cast<const char*>(&record);
-        return BYTES("Vantel ProjectFile version 0.18\0", 32) + number(4983272) + BYTES(bytes, 524) +
-               pack(bytes + 524, 4983272 - 524);
+        return marker() + number(4983272) + BYTES(bytes, 524) + pack(bytes + 524, 4983272 - 524);
     }
     /// A record with one source, the clip of a path, and columns of zeros but for those given.
     static std::unique_ptr<EDIT_STATE> record_of(const std::string& source) {
         auto record = std::make_unique<EDIT_STATE>();
         record->edit_flag = EDIT_OPEN;
-        record->width = 64;
-        record->height = 48;
-        record->base.video_stream.dwRate = 30;
-        record->base.video_stream.dwScale = 1;
+        record->width = 64, record->height = 48;
+        record->base.video_stream.dwRate = 30, record->base.video_stream.dwScale = 1;
         record->source[0].media.media_flag = MEDIA_HAS_VIDEO;
         text_copy(record->source[0].path, PATH_SIZE, source);
         return record;

@@ -16,9 +16,9 @@ struct AudioFetch : EDIT_FIXTURE {
     static constexpr int RATE = 44100, FRAME = RATE / 30;
 
     void open_wave(uint16_t channels, uint32_t rate, uint16_t bits, size_t samples, uint32_t seed, uint32_t flags = 0) {
-        const BYTES data = bytes_pattern(samples * channels * bits / 8, seed);
         const std::string name = std::to_string(seed) + ".wav";
-        const std::string path = wave(name.c_str(), avi_sound_format(1, channels, rate, bits), data);
+        const std::string path = wave(name.c_str(), avi_sound_format(1, channels, rate, bits),
+                                      bytes_pattern(samples * channels * bits / 8, seed));
         ASSERT_EQ(open_file(edit, path.c_str(), flags), 1);
     }
     /// Opens n frames of stereo and returns their samples.

@@ -3,8 +3,6 @@
 
 #include <array>
 #include <cmath>
-#include <ostream>
-#include <vector>
 
 #include "pixels/rgb_row.h"
 #include "pixels/rgb_yuy2_row.h"
@@ -26,8 +24,7 @@ static std::vector<YC48_PIXEL> random_pixels(size_t n, RNG& rng) {
     std::vector<YC48_PIXEL> row(n);
     for (YC48_PIXEL& p : row) {
         const int reach = rng.below(2) ? 32767 : 6000;
-        p = {int16_t(rng.between(-reach - 1, reach)), int16_t(rng.between(-reach - 1, reach)),
-             int16_t(rng.between(-reach - 1, reach))};
+        for (int16_t* v : {&p.y, &p.cb, &p.cr}) *v = int16_t(rng.between(-reach - 1, reach));
     }
     return row;
 }
@@ -43,17 +40,6 @@ struct BGR {
 };
 static void PrintTo(const BGR& p, std::ostream* out) { *out << int(p.b) << ", " << int(p.g) << ", " << int(p.r); }
 
-static YC48_PIXEL to_yc48(BGR c) {
-    YC48_PIXEL p;
-    rgb_row_to_yc48_ref(&p, &c.b, 1);
-    return p;
-}
-static BGR to_rgb(YC48_PIXEL p) {
-    BGR c;
-    yc48_row_to_rgb_ref(&c.b, &p, 1);
-    return c;
-}
-
 TEST_F(ConvertModel, Rgb) {
     for (int i = 0; i < 20000; ++i) {
         const BGR c{uint8_t(rng.below(256)), uint8_t(rng.below(256)), uint8_t(rng.below(256))};
@@ -61,14 +47,17 @@ TEST_F(ConvertModel, Rgb) {
         const YC48_PIXEL want{int16_t(model_mulhi(b, 1875) + model_mulhi(g, 9655) + model_mulhi(r, 4918) - 3),
                               int16_t(model_mulhi(b, 8224) + model_mulhi(g, -5449) + model_mulhi(r, -2775) + 1),
                               int16_t(model_mulhi(b, -1337) + model_mulhi(g, -6887) + model_mulhi(r, 8224) + 1)};
-        ASSERT_EQ(to_yc48(c), want) << testing::PrintToString(c);
-
-        const YC48_PIXEL p = random_pixels(1, rng)[0];
+        YC48_PIXEL p;
+        rgb_row_to_yc48_ref(&p, &c.b, 1);
+        ASSERT_EQ(p, want) << testing::PrintToString(c);
+        p = random_pixels(1, rng)[0];
         const int t = model_mulhi(p.y, 16320) + 3;
         const int g4 = t + model_mulhi(p.cb, -5616) + model_mulhi(p.cr, -11655);
         const BGR bytes{model_byte(model_shift(t + model_mulhi(p.cb, 28919), 2)), model_byte(model_shift(g4, 2)),
                         model_byte(model_shift(t + model_mulhi(p.cr, 22881), 2))};
-        ASSERT_EQ(to_rgb(p), bytes) << testing::PrintToString(p);
+        BGR got;
+        yc48_row_to_rgb_ref(&got.b, &p, 1);
+        ASSERT_EQ(got, bytes) << testing::PrintToString(p);
     }
 }
 
@@ -83,11 +72,9 @@ TEST_F(ConvertModel, RgbInTwoByteMode) {
         rng_fill(std::span<uint8_t>(in), rng);
         rgb_row_to_yuy2_ref(yuy2, in, 2);
         const BGR even{in[0], in[1], in[2]}, odd{in[3], in[4], in[5]};
-        ASSERT_EQ(yuy2[0], yuy2_sample(even, 802, 4130, 2104, 264));
-        ASSERT_EQ(yuy2[1], yuy2_sample(even, 3598, -2384, -1214, 2056));
-        ASSERT_EQ(yuy2[2], yuy2_sample(odd, 802, 4130, 2104, 264));
-        ASSERT_EQ(yuy2[3], yuy2_sample(even, -585, -3013, 3598, 2056));
-
+        ASSERT_EQ(std::to_array(yuy2),
+                  (std::array{yuy2_sample(even, 802, 4130, 2104, 264), yuy2_sample(even, 3598, -2384, -1214, 2056),
+                              yuy2_sample(odd, 802, 4130, 2104, 264), yuy2_sample(even, -585, -3013, 3598, 2056)}));
         rng_fill(std::span<uint8_t>(yuy2), rng);
         yuy2_row_to_rgb_ref(out, yuy2, 2);
         const int u = 2 * (yuy2[1] * 16 - 2048), v = 2 * (yuy2[3] * 16 - 2044);
@@ -139,11 +126,10 @@ static void expect_yuy2(TO to_yc48, FROM to_yuy2, FROM_YUY2 from_model, TO_YUY2 
         const uint8_t* p = &in[i * 4];
         const uint8_t* n = i + 1 < PAIRS ? p + 4 : p;
         const YC48_PIXEL even = from_model(p[0], p[1], p[3]), next = from_model(n[0], n[1], n[3]);
+        const YC48_PIXEL odd{from_model(p[2], p[1], p[3]).y, int16_t(model_shift(even.cb + next.cb, 1)),
+                             int16_t(model_shift(even.cr + next.cr, 1))};
         ASSERT_EQ(row[i * 2], even) << i;
-        ASSERT_EQ(row[i * 2 + 1],
-                  (YC48_PIXEL{from_model(p[2], p[1], p[3]).y, int16_t(model_shift(even.cb + next.cb, 1)),
-                              int16_t(model_shift(even.cr + next.cr, 1))}))
-            << i;
+        ASSERT_EQ(row[i * 2 + 1], odd) << i;
     }
     row = random_pixels(row.size(), rng);
     to_yuy2(bytes.data(), row.data(), int(PAIRS));

@@ -21,36 +21,21 @@ static BYTES numbered(int w, int h) {
 }
 static BYTES blank(int w, int h) { return BYTES(size_t(dib24_stride(w)) * size_t(h) + 8, FREE); }
 
-TEST(DibZoom, UpRepeatsPixelsAndRowsAndLeavesThePaddingAlone) {
-    const int w = 7, h = 5;
-    const BYTES src = numbered(w, h);
-    for (int factor = 2; factor <= 4; ++factor) {
-        for (int part = 0; part <= 4; ++part) {  // widths with every kind of padding
-            const int x = 2, y = 1, rows = 3, out = part * factor;
-            BYTES got = blank(out, rows * factor), want = got;
-            dib_zoom_up(got.data(), src.data(), x, y, part, rows, w, factor);
-            for (int r = 0; r < rows * factor && part > 0; ++r)
-                for (int c = 0; c < 3 * out; ++c)
-                    want[place(r, out, c)] = uint8_t((y + r / factor) * 40 + 3 * (x + c / 3 / factor) + c % 3);
-            EXPECT_EQ(got, want) << "factor " << factor << " width " << part;
-        }
-    }
-    EXPECT_EQ(dib24_stride(2 * 3), 20);  // a row of 2 pixels, zoomed by 3
+/// A zoom of a part by up / down, where one of them is 1; the padding stays alone.
+static void expect_zoom(decltype(dib_zoom_up)& zoom, int part, int rows, int up, int down) {
+    const int w = 15, x = 2, y = 1, out_w = part * up / down, out_h = rows * up / down;
+    BYTES got = blank(out_w, out_h), want = got;
+    zoom(got.data(), numbered(w, 6).data(), x, y, part, rows, w, up * down);
+    for (int r = 0; r < out_h; ++r)
+        for (int c = 0; c < 3 * out_w; ++c)
+            want[place(r, out_w, c)] = uint8_t((y + r * down / up) * 40 + 3 * (x + c / 3 * down / up) + c % 3);
+    EXPECT_EQ(got, want) << "width " << part << " by " << up << " / " << down;
 }
 
-TEST(DibZoom, DownKeepsTheFirstPixelOfWholeBlocks) {
-    const int w = 15, h = 6;
-    const BYTES src = numbered(w, h);
-    for (const int step : {2, 4}) {
-        const int x = 1, y = 1, part = 13, rows = 5;
-        const int out_w = part / step, out_h = rows / step;
-        BYTES got = blank(out_w, out_h), want = got;
-        dib_zoom_down(got.data(), src.data(), x, y, part, rows, w, step);
-        for (int r = 0; r < out_h; ++r)
-            for (int c = 0; c < 3 * out_w; ++c)
-                want[place(r, out_w, c)] = uint8_t((y + r * step) * 40 + 3 * (x + c / 3 * step) + c % 3);
-        EXPECT_EQ(got, want) << "step " << step;
-    }
+TEST(DibZoom, UpRepeatsAndDownKeepsTheFirstOfWholeBlocks) {
+    for (int factor = 2; factor <= 4; ++factor)
+        for (int part = 0; part <= 4; ++part) expect_zoom(dib_zoom_up, part, 3, factor, 1);  // every kind of padding
+    for (const int step : {2, 4}) expect_zoom(dib_zoom_down, 13, 5, 1, step);
 }
 
 /// The column as a text, one letter a row: '#' sound, '-' back, ' ' not written.

@@ -24,31 +24,28 @@ struct TextDraw : testing::TestWithParam<int> {
         if (!glyph_metrics(FONT, &metrics)) GTEST_SKIP() << "no font on this machine";
     }
     uint8_t* image(std::vector<uint8_t>& bytes) const { return bytes.data() + frame_geometry.origin; }
-
     // colour: y, cb, cr (YC48) or y, u, v (YUY2)
     void model(std::vector<uint8_t>& bytes, int64_t x, int64_t y, char32_t character, const int colour[3],
                int opacity) {
         const GLYPH& glyph = *glyph_get(FONT, character);
         for (int row = 0; row < glyph.height; ++row)
             for (int column = 0; column < glyph.width; ++column) {
-                const int64_t px = x + glyph.left + column;
-                const int64_t py = y + glyph.top + row;
+                const int64_t px = x + glyph.left + column, py = y + glyph.top + row;
                 const int c = glyph.coverage.data()[row * glyph.width + column];
                 if (px < 0 || py < 0 || px >= 320 || py >= 240 || c == 0) continue;
                 uint8_t* line = image(bytes) + py * frame_geometry.stride;
                 if (GetParam() == 6) {
                     int16_t* p = reinterpret_cast<int16_t*>(line) + px * 3;
+                    const auto part = [](int v, int a) { return std::floor(v * 4 * a / 65536.0); };
                     const int a = c * opacity / 16;
-                    for (int k = 0; k < 3; ++k)
-                        p[k] = int16_t(std::floor(p[k] * 4 * (16384 - a) / 65536.0) +
-                                       std::floor(colour[k] * 4 * a / 65536.0));
+                    for (int k = 0; k < 3; ++k) p[k] = int16_t(part(p[k], 16384 - a) + part(colour[k], a));
                 } else {
+                    const auto mix = [a = c * opacity](uint8_t& v, int to, int one) {
+                        v = uint8_t((to * a + v * (one - a)) / one);
+                    };
                     uint8_t* pair = line + px / 2 * 4;
-                    const int a = c * opacity;
-                    uint8_t& luma = pair[px % 2 * 2];
-                    luma = uint8_t((colour[0] * a + luma * (262144 - a)) / 262144);
-                    pair[1] = uint8_t((colour[1] * a + pair[1] * (524288 - a)) / 524288);
-                    pair[3] = uint8_t((colour[2] * a + pair[3] * (524288 - a)) / 524288);
+                    mix(pair[px % 2 * 2], colour[0], 262144);
+                    for (int k = 1; k < 3; ++k) mix(pair[2 * k - 1], colour[k], 524288);
                 }
             }
     }
@@ -62,13 +59,11 @@ static const int RED_YUY2[3] = {(32640 * 2104 / 65536 + 264) / 16, int(std::floo
 
 TEST_P(TextDraw, MixesByCoverageAndClipsAtAllSides) {
     const int* colour = GetParam() == 6 ? RED_YC48 : RED_YUY2;
-    const std::vector<std::pair<int, int>> places = {{50, 60},   {51, 60},        {-9, 100},
-                                                     {310, 100}, {100, -12},      {100, 230},
-                                                     {-500, 0},  {2000000000, 5}, {5, -2000000000}};
-    for (const auto& [x, y] : places)
+    static constexpr int PLACES[][2] = {{50, 60},   {51, 60},  {-9, 100},       {310, 100},      {100, -12},
+                                        {100, 230}, {-500, 0}, {2000000000, 5}, {5, -2000000000}};
+    for (const auto& [x, y] : PLACES)
         for (const int transparency : {0, 1000, 4096, 9999}) {
-            std::vector<uint8_t> got = block;
-            std::vector<uint8_t> want = block;
+            std::vector<uint8_t> got = block, want = block;
             const int opacity = 4096 - std::min(transparency, 4096);
             model(want, x, y, U'W', colour, opacity);
             model(want, int64_t{x} + glyph_get(FONT, U'W')->advance, y, U'q', colour, opacity);

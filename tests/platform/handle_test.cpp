@@ -14,9 +14,7 @@ TEST(Handle, ResolvesOnlyWhileAlive) {
     int a = 0, b = 0;
     const uint32_t id_a = handle_new(&a), id_b = handle_new(&b);
     EXPECT_EQ(handle_get(id_a), &a);
-    EXPECT_EQ(handle_get(id_b), &b);
-    handle_free(id_a);
-    handle_free(id_a);
+    for (int i = 0; i < 2; ++i) handle_free(id_a);
     EXPECT_EQ(handle_get(id_a), nullptr);
     const uint32_t id_c = handle_new(&b);
     EXPECT_EQ(handle_get(id_a), nullptr);  // the place is used again, the id is not
@@ -24,8 +22,7 @@ TEST(Handle, ResolvesOnlyWhileAlive) {
     EXPECT_EQ(handle_get(id_c), &b);
     for (const uint32_t id : {0u, 0xFFFFu, 0xFFFFFFFFu, 0x10000u}) EXPECT_EQ(handle_get(id), nullptr);
     EXPECT_EQ(handle_new(nullptr), 0u);
-    handle_free(id_b);
-    handle_free(id_c);
+    for (const uint32_t id : {id_b, id_c}) handle_free(id);
 }
 
 TEST(Handle, IdsNeverRepeatAndRunOut) {
@@ -54,9 +51,8 @@ TEST(Memory, PagesAreZeroAlignedAndBounded) {
         for (size_t i = 0; i < size; i += 511) ASSERT_EQ(pages[i], 0);
         memset(pages.get(), 0xFF, size);
     }
-    for (const size_t size : {SIZE_MAX, SIZE_MAX - 4096, SIZE_MAX / 2, size_t(1) << 62}) {
+    for (const size_t size : {SIZE_MAX, SIZE_MAX - 4096, SIZE_MAX / 2, size_t(1) << 62})
         EXPECT_EQ(page_alloc(size), nullptr);
-    }
     page_free(nullptr);
 }
 

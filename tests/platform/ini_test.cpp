@@ -67,8 +67,7 @@ TEST_F(Ini, SectionNames) {
     ASSERT_EQ(write_int("a[1]\x83\x5D\x83\x5B.avi", "k", 5), 1);  // ゾー, whose second bytes look like ] and [
     EXPECT_EQ(read_int("A1\x83\x5D[]\x83\x5B.AVI", "k"), 5);
     EXPECT_EQ(file_bytes(file), "[a1ゾゼ.avi]\nk=5\n");
-    EXPECT_EQ(write_int("", "k", 6), 1);
-    EXPECT_EQ(read_int("", "k"), 6);
+    EXPECT_TRUE(write_int("", "k", 6) == 1 && read_int("", "k") == 6);
 }
 
 TEST_F(Ini, WhatTheUserWroteSurvives) {
@@ -79,9 +78,8 @@ TEST_F(Ini, WhatTheUserWroteSurvives) {
     EXPECT_EQ(write_int("two", "new", 4), 1);
     const std::string once = file_bytes(file);
     for (const char* part : {"; head\n", "; of a\na=1\n", "; nonsense\n", "; =\n", "b=2\n", "a=again\n", "; [bad\n",
-                             "unknown=xy\n", "# tail\n", "new=4\n", "; end\n"}) {
+                             "unknown=xy\n", "# tail\n", "new=4\n", "; end\n"})
         EXPECT_NE(once.find(part), std::string::npos) << part << "\nin\n" << once;
-    }
     for (const int value : {5, 4}) EXPECT_EQ(write_int("two", "new", value), 1);
     EXPECT_EQ(file_bytes(file), once);  // nothing grows or moves from write to write
 }
@@ -91,14 +89,12 @@ TEST_F(Ini, UnreadableFilesAreNotWrittenOver) {
     file_put_bytes(large, "[s]\nk=1\n");
     ASSERT_EQ(truncate(large.c_str(), 1 << 30), 0);
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    for (const std::string& bad : {large, fifo, folder.path}) {
+    for (const std::string& bad : {large, fifo, folder.path, folder / "none/a.ini"}) {
         file = bad;
         EXPECT_EQ(read_int("s", "k", 7), 7) << file;
         EXPECT_EQ(write_int("s", "k", 2), 0) << file;
     }
     EXPECT_EQ(std::filesystem::file_size(large), uintmax_t(1) << 30);
-    file = folder / "none/a.ini";
-    EXPECT_EQ(write_int("s", "k", 2), 0);
 }
 
 TEST_F(Ini, SeesChangesOfOthersAtOnce) {
@@ -119,8 +115,7 @@ TEST_F(Ini, BatchWritesOnce) {
     file_put_bytes(file, "[s]\nother=1\nk7=70\n");  // another run, meanwhile
     EXPECT_EQ(read_int("s", "k7"), 7);
     EXPECT_EQ(ini_batch_end(file.c_str()), 1);
-    EXPECT_EQ(read_int("s", "other"), 1);
-    EXPECT_EQ(read_int("s", "k19"), 19);
+    EXPECT_TRUE(read_int("s", "other") == 1 && read_int("s", "k19") == 19);
     struct stat before, after;
     stat(file.c_str(), &before);
     EXPECT_EQ(write_int("S", "K19", 19), 1);  // no change, no new file

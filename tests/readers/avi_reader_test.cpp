@@ -5,23 +5,21 @@
 
 static constexpr uint32_t CODEC = VANTEL_FOURCC('T', 'E', 'S', 'T');
 
-using AVI_PTR = READER_PTR<avi_reader_close>;
+using AVI_PTR = READER_PTR<avi_reader_close, avi_reader_info>;
 
 static AVI_PTR avi_open(const BYTES& bytes) {
     const TEMP_FILE file(bytes, ".avi");
     return AVI_PTR(avi_reader_open(file.name()));
 }
 
-static INPUT_MEDIA_INFO info_of(const AVI_PTR& avi) { return reader_info<avi_reader_info>(avi); }
-
 static BYTES frame_of(const AVI_PTR& avi, int32_t frame) {
     BYTES bytes(4096, 0xEE);
-    const int n = avi_reader_read_video_bounded(avi.get(), frame, bytes.data(), bytes.size(), nullptr);
-    bytes.resize(size_t(n));
+    bytes.resize(size_t(avi_reader_read_video_bounded(avi.get(), frame, bytes.data(), bytes.size(), nullptr)));
     return bytes;
 }
 
-/// Compressed video of 20 frames, every fourth a key frame, and sound in uneven chunks between them.
+/// Compressed video of 20 frames, every fourth a key frame, and sound in uneven chunks between them, two empty
+/// ones in a row.
 static AVI_BUILD mixed_build(AVI_BUILD_INDEX index, uint16_t bits = 16) {
     AVI_BUILD build;
     build.index = index;
@@ -29,17 +27,9 @@ static AVI_BUILD mixed_build(AVI_BUILD_INDEX index, uint16_t bits = 16) {
     for (uint32_t i = 0; i < 20; ++i) {
         const bool key = i % 4 == 0;
         build.chunks.push_back({0, key ? "db" : "dc", bytes_pattern(30 + i * 7, i), key});
-        build.chunks.push_back({1, "wb", bytes_pattern(i * 37 % 101, 100 + i)});
+        build.chunks.push_back({1, "wb", bytes_pattern(i / 2 == 4 ? 0 : i * 37 % 101, 100 + i)});
     }
     return build;
-}
-
-static BYTES sound_of(const AVI_BUILD& build) {
-    BYTES sound;
-    for (const AVI_BUILD_CHUNK& chunk : build.chunks) {
-        if (chunk.stream == 1) sound.insert(sound.end(), chunk.data.begin(), chunk.data.end());
-    }
-    return sound;
 }
 
 static void expect_frames(const AVI_PTR& avi, const AVI_BUILD& build) {
@@ -54,7 +44,10 @@ static void expect_frames(const AVI_PTR& avi, const AVI_BUILD& build) {
 }
 
 /// Random runs against all chunks put together.
-static void expect_sound(const AVI_PTR& avi, const BYTES& sound, int block) {
+static void expect_sound(const AVI_PTR& avi, const AVI_BUILD& build, int block) {
+    BYTES sound;
+    for (const AVI_BUILD_CHUNK& chunk : build.chunks)
+        if (chunk.stream == 1) sound.insert(sound.end(), chunk.data.begin(), chunk.data.end());
     RNG rng(kernel_seed());
     SCOPED_TRACE(kernel_seed());
     const int samples = int(sound.size()) / block;
@@ -69,46 +62,32 @@ TEST(AviReader, EveryIndexGivesTheSameFramesAndSound) {
     for (const AVI_BUILD_INDEX index :
          {AVI_BUILD_IDX1_RELATIVE, AVI_BUILD_IDX1_ABSOLUTE, AVI_BUILD_NO_INDEX, AVI_BUILD_ODML}) {
         SCOPED_TRACE(index);
-        for (const uint16_t bits :
-             {uint16_t{16}, uint16_t{24}}) {  // blocks of 3 bytes lie across the borders of chunks
+        // Blocks of 3 bytes lie across the borders of chunks
+        for (const uint16_t bits : {uint16_t{16}, uint16_t{24}}) {
             AVI_BUILD build = mixed_build(index, bits);
             if (bits == 24) build.chunks_per_list = 7;
-            const AVI_PTR avi = avi_open(avi_build(build));
-            ASSERT_TRUE(avi);
+            const AVI_PTR avi = opened(avi_open(avi_build(build)));
             expect_frames(avi, build);
-            expect_sound(avi, sound_of(build), bits / 8);
-            const INPUT_MEDIA_INFO info = info_of(avi);
-            EXPECT_EQ(info.flags, uint32_t(INPUT_MEDIA_VIDEO | INPUT_MEDIA_AUDIO));
-            EXPECT_EQ(info.rate, 25);
-            EXPECT_EQ(info.video_handler, CODEC);
-            EXPECT_EQ(info.video_format_size, 40);
+            expect_sound(avi, build, bits / 8);
+            EXPECT_EQ(info_of(avi).rate, 25);
+            EXPECT_EQ(info_of(avi).video_format_size, 40);
         }
     }
-}
-
-TEST(AviReader, ManySoundChunksAreFoundByBisection) {
-    AVI_BUILD build;
-    build.streams = {AVI_BUILD_STREAM{}, avi_sound_stream(1, 1, 8000, 8)};
-    for (uint32_t i = 0; i < 1000; ++i) build.chunks.push_back({1, "wb", bytes_pattern(i % 5 == 0 ? 0 : i % 13, i)});
-    const AVI_PTR avi = avi_open(avi_build(build));
-    ASSERT_TRUE(avi);
-    expect_sound(avi, sound_of(build), 1);
 }
 
 TEST(AviReader, DamagedChunksNeverPassTheBuffer) {
     AVI_BUILD build;
     build.streams = {avi_video_stream(4, 2, 24, 0), avi_sound_stream(1, 1, 8000, 16)};
-    build.chunks = {{0, "db", bytes_pattern(24, 1)},
-                    {0, "db", {}},                    // dropped
-                    {0, "db", bytes_pattern(40, 2)},  // more than the picture has
-                    {1, "wb", bytes_pattern(50, 3)},
-                    {0, "db", bytes_pattern(24, 4)}};
+    // The second frame was dropped, the third is more than the picture has.
+    build.chunks = {{0, "db", bytes_pattern(24, 1)}, {0, "db", {}},
+                    {0, "db", bytes_pattern(40, 2)}, {1, "wb", bytes_pattern(50, 3)},
+                    {0, "db", bytes_pattern(24, 4)}, {1, "wb", bytes_pattern(20, 5)}};
     build.index = AVI_BUILD_IDX1_ABSOLUTE;
     BYTES bytes = avi_build(build);
     const size_t idx1 = bytes_find(bytes, "idx1") + 8;
     bytes_put_u32(bytes, idx1 + 4 * 16 + 8, uint32_t(bytes.size()) - 8 - 23);  // the last frame: one byte is missing
-    const AVI_PTR avi = avi_open(bytes);
-    ASSERT_TRUE(avi);
+    bytes_put_u32(bytes, idx1 + 5 * 16 + 8, uint32_t(bytes.size()) - 8 - 10);  // the last sound: half is missing
+    const AVI_PTR avi = opened(avi_open(bytes));
     BYTES buffer(64, 0xEE);
     bool damaged = true;
     EXPECT_EQ(avi_reader_read_video_bounded(avi.get(), 0, buffer.data(), 64, &damaged), 24);
@@ -122,23 +101,10 @@ TEST(AviReader, DamagedChunksNeverPassTheBuffer) {
     std::fill(buffer.begin(), buffer.end(), uint8_t{0xEE});
     for (const int32_t frame : {1, 3, 4, -1, INT32_MIN, INT32_MAX})
         EXPECT_EQ(avi_reader_read_video_bounded(avi.get(), frame, buffer.data(), 64, &damaged), 0) << frame;
+    for (const auto& [start, count] : {std::pair{-1, 1}, {23, 4}, {35, 1}, {INT32_MAX, 1}})
+        EXPECT_EQ(avi_reader_read_audio(avi.get(), start, count, buffer.data()), 0) << start;
     EXPECT_EQ(buffer, BYTES(64, 0xEE));
-    for (const int32_t start : {-1, 25, INT32_MAX})
-        EXPECT_EQ(avi_reader_read_audio(avi.get(), start, 1, buffer.data()), 0) << start;
-}
-
-TEST(AviReader, SoundOfAChunkThatIsNotWholeLeavesTheBuffer) {
-    AVI_BUILD build;
-    build.streams = {avi_sound_stream(1, 1, 8000, 16)};
-    build.chunks = {{0, "wb", bytes_pattern(20, 1)}, {0, "wb", bytes_pattern(20, 2)}};
-    build.index = AVI_BUILD_IDX1_ABSOLUTE;
-    BYTES bytes = avi_build(build), buffer(40, 0xEE);
-    bytes_put_u32(bytes, bytes_find(bytes, "idx1") + 8 + 16 + 8, uint32_t(bytes.size()) - 8 - 10);
-    const AVI_PTR avi = avi_open(bytes);
-    ASSERT_TRUE(avi);
-    EXPECT_EQ(avi_reader_read_audio(avi.get(), 8, 4, buffer.data()), 0);
-    EXPECT_EQ(buffer, BYTES(40, 0xEE));
-    EXPECT_EQ(avi_reader_read_audio(avi.get(), 0, 10, buffer.data()), 10);
+    EXPECT_EQ(avi_reader_read_audio(avi.get(), 0, 25, buffer.data()), 25);
 }
 
 TEST(AviReader, ACutFileKeepsWhatItHolds) {
@@ -146,22 +112,18 @@ TEST(AviReader, ACutFileKeepsWhatItHolds) {
     build.chunks_per_list = 8;
     BYTES bytes = avi_build(build);
     const size_t second = bytes_find(bytes, "AVIX") - 8;
-    AVI_PTR avi = avi_open({bytes.begin(), bytes.begin() + ptrdiff_t(second)});
-    ASSERT_TRUE(avi);
+    AVI_PTR avi = opened(avi_open({bytes.begin(), bytes.begin() + ptrdiff_t(second)}));
     EXPECT_EQ(info_of(avi).frames, 4);
     EXPECT_EQ(info_of(avi).audio_samples, (0 + 37 + 74 + 10) / 2);
     // Not even the first index is there: the chunks themselves are.
-    avi = avi_open({bytes.begin(), bytes.begin() + ptrdiff_t(bytes_find(bytes, "ix00"))});
-    ASSERT_TRUE(avi);
+    avi = opened(avi_open({bytes.begin(), bytes.begin() + ptrdiff_t(bytes_find(bytes, "ix00"))}));
     EXPECT_EQ(info_of(avi).frames, 4);
     EXPECT_EQ(frame_of(avi, 3), build.chunks[6].data);
     // A recording that was never finished has sizes of 0.
     BYTES unfinished = avi_build(mixed_build(AVI_BUILD_NO_INDEX));
     bytes_put_u32(unfinished, 4, 0);
     bytes_put_u32(unfinished, bytes_find(unfinished, "movi") - 4, 0);
-    avi = avi_open(unfinished);
-    ASSERT_TRUE(avi);
-    expect_frames(avi, mixed_build(AVI_BUILD_NO_INDEX));
+    expect_frames(opened(avi_open(unfinished)), mixed_build(AVI_BUILD_NO_INDEX));
 }
 
 TEST(AviReader, VariableSoundCountsInBytes) {
@@ -170,9 +132,8 @@ TEST(AviReader, VariableSoundCountsInBytes) {
     build.streams[1].rate = 44100;
     build.streams[1].scale = 1152;
     build.streams[1].sample_size = 0;
-    const AVI_PTR avi = avi_open(avi_build(build));
-    ASSERT_TRUE(avi);
-    expect_sound(avi, sound_of(build), 1);
+    const AVI_PTR avi = opened(avi_open(avi_build(build)));
+    expect_sound(avi, build, 1);
     const INPUT_MEDIA_INFO info = info_of(avi);
     EXPECT_TRUE(info.flags & INPUT_MEDIA_VARIABLE_AUDIO);
     EXPECT_EQ(info.audio_format->nBlockAlign, 1);
@@ -185,13 +146,12 @@ TEST(AviReader, VariableSoundCountsInBytes) {
 }
 
 TEST(AviReader, FormatsAreRepairedOrRefused) {
-    struct CASE {
-        const char* what;
-        void (*change)(AVI_BUILD_STREAM& video, AVI_BUILD_STREAM& sound);
-        bool video, audio;
-    };
     using S = AVI_BUILD_STREAM&;
-    const CASE cases[] = {
+    const struct {
+        const char* what;
+        void (*change)(S video, S sound);
+        bool video, audio;
+    } cases[] = {
         {"lengths too large", [](S v, S a) { v.length = a.length = UINT32_MAX; }, true, true},
         {"PCM without a sample size", [](S, S a) { a.sample_size = 0; }, true, true},
         {"no block size", [](S, S a) { bytes_put_u16(a.format, 12, 0); }, true, true},
@@ -207,33 +167,31 @@ TEST(AviReader, FormatsAreRepairedOrRefused) {
         {"short format", [](S v, S) { v.format.resize(39); }, false, true},
         {"other type", [](S v, S) { v.type = "txts"; }, false, true},
     };
-    for (const CASE& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
         c.change(build.streams[0], build.streams[1]);
-        const AVI_PTR avi = avi_open(avi_build(build));
-        ASSERT_TRUE(avi);
+        const AVI_PTR avi = opened(avi_open(avi_build(build)));
         const INPUT_MEDIA_INFO info = info_of(avi);
         EXPECT_EQ(info.flags, uint32_t(c.video * INPUT_MEDIA_VIDEO | c.audio * INPUT_MEDIA_AUDIO));
         if (c.video) expect_frames(avi, build);
         if (!c.audio) continue;
         EXPECT_EQ(info.audio_format->nBlockAlign, 2);
-        expect_sound(avi, sound_of(build), 2);
+        expect_sound(avi, build, 2);
     }
 }
 
 TEST(AviReader, PaletteAndHandlers) {
-    struct CASE {
+    const uint32_t dib = VANTEL_FOURCC('D', 'I', 'B', ' '), small = VANTEL_FOURCC('d', 'i', 'b', 0);
+    const struct {
         uint32_t handler, compression;
         uint16_t bits;
         bool opens;
         uint32_t told;
-    };
-    const uint32_t dib = VANTEL_FOURCC('D', 'I', 'B', ' '), small = VANTEL_FOURCC('d', 'i', 'b', 0);
-    const CASE cases[] = {{0, 0, 8, false, 0},        {dib, 0, 8, false, 0},      {small, 0, 15, false, 0},
-                          {0, small, 8, false, 0},    {0, 0, 16, true, 0},        {dib, 0, 24, true, dib},
-                          {0, CODEC, 8, true, CODEC}, {CODEC, 0, 8, true, CODEC}, {0, dib, 32, true, 0}};
-    for (const CASE& c : cases) {
+    } cases[] = {{0, 0, 8, false, 0},        {dib, 0, 8, false, 0},      {small, 0, 15, false, 0},
+                 {0, small, 8, false, 0},    {0, 0, 16, true, 0},        {dib, 0, 24, true, dib},
+                 {0, CODEC, 8, true, CODEC}, {CODEC, 0, 8, true, CODEC}, {0, dib, 32, true, 0}};
+    for (const auto& c : cases) {
         AVI_BUILD build = mixed_build(AVI_BUILD_IDX1_RELATIVE);
         build.streams[0] = avi_video_stream(64, 48, c.bits, c.compression);
         build.streams[0].handler = c.handler;
@@ -246,34 +204,30 @@ TEST(AviReader, PaletteAndHandlers) {
 TEST(AviReader, SuperIndexesAreBounded) {
     AVI_BUILD build = mixed_build(AVI_BUILD_ODML);
     build.super_repeat = 1100;  // each byte of the file gives one entry only, and the second stream finds no slot
-    AVI_PTR avi = avi_open(avi_build(build));
-    ASSERT_TRUE(avi);
+    AVI_PTR avi = opened(avi_open(avi_build(build)));
     EXPECT_EQ(info_of(avi).frames, 20);
     EXPECT_FALSE(info_of(avi).flags & INPUT_MEDIA_AUDIO);
 
     build.super_repeat = 1;
     const BYTES good = avi_build(build);
     const size_t index = bytes_find(good, "ix00", 0);
-    struct CASE {
+    const struct {
         const char* what;
         size_t at;
         uint32_t value;
         int frames;
-    };
-    const CASE cases[] = {
-        {"counts in the billions", index + 12, UINT32_MAX, 21},  // the closing entry lies in the chunk
-        {"a chunk of 10 entries", index + 4, 24 + 80, 10},
-        {"a chunk without room", index + 4, 23, 0},
-        {"an index of fields", index + 8, 0x01010003, 0},
-        {"a count of 5", index + 12, 5, 5}};
-    for (const CASE& c : cases) {
+    } cases[] = {{"counts in the billions", index + 12, UINT32_MAX, 21},  // the closing entry lies in the chunk
+                 {"a chunk of 10 entries", index + 4, 24 + 80, 10},
+                 {"a chunk without room", index + 4, 23, 0},
+                 {"an index of fields", index + 8, 0x01010003, 0},
+                 {"a count of 5", index + 12, 5, 5}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         BYTES bytes = good;
         bytes_put_u32(bytes, c.at, c.value);
-        avi = avi_open(bytes);
-        ASSERT_TRUE(avi);
+        avi = opened(avi_open(bytes));
         EXPECT_EQ(info_of(avi).frames, c.frames);
-        expect_sound(avi, sound_of(build), 2);
+        expect_sound(avi, build, 2);
     }
 }
 
@@ -283,12 +237,8 @@ TEST(AviReader, EmptySuperIndexFallsBackToTheOldIndex) {
     const BYTES list = {'L', 'I', 'S', 'T', 4, 0, 0, 0, 'o', 'd', 'm', 'l'};
     bytes.insert(bytes.begin() + 24, list.begin(), list.end());
     bytes_put_u32(bytes, 4, uint32_t(bytes.size()) - 8);
-    uint32_t header;
-    std::memcpy(&header, &bytes[16], 4);
-    bytes_put_u32(bytes, 16, header + uint32_t(list.size()));
-    const AVI_PTR avi = avi_open(bytes);
-    ASSERT_TRUE(avi);
-    expect_frames(avi, build);
+    bytes_put_u32(bytes, 16, uint32_t(bytes_find(bytes, "movi")) - 28);
+    expect_frames(opened(avi_open(bytes)), build);
 }
 
 TEST(AviReader, ReadsBehindFourGigabytes) {
@@ -298,10 +248,9 @@ TEST(AviReader, ReadsBehindFourGigabytes) {
     const AVI_IMAGE image = avi_build_image(build);
     ASSERT_GT(image.size, uint64_t{7} << 30);
     const TEMP_FILE file(image, ".avi");
-    const AVI_PTR avi(avi_reader_open(file.name()));
-    ASSERT_TRUE(avi);
+    const AVI_PTR avi = opened(AVI_PTR(avi_reader_open(file.name())));
     expect_frames(avi, build);
-    expect_sound(avi, sound_of(build), 2);
+    expect_sound(avi, build, 2);
 }
 
 static void touch(const BYTES& bytes) {
@@ -324,8 +273,7 @@ TEST(AviReader, CutAnywhereOrChangedAnywhereItStaysInBounds) {
         for (size_t at = 0; at + 4 <= whole.size(); ++at) {
             touch(BYTES(whole.begin(), whole.begin() + ptrdiff_t(at)));
             BYTES changed = whole;
-            const uint32_t values[] = {0, 1, UINT32_MAX, 0x80000000, uint32_t(rng.next())};
-            bytes_put_u32(changed, at, values[rng.below(5)]);
+            bytes_put_u32(changed, at, std::array{0u, 1u, UINT32_MAX, 0x80000000u, uint32_t(rng.next())}[rng.below(5)]);
             touch(changed);
         }
     }

@@ -4,7 +4,7 @@
 #include "readers/reader_test.h"
 #include "support/command.h"
 
-using AVIS_PTR = READER_PTR<avis_reader_close>;
+using AVIS_PTR = READER_PTR<avis_reader_close, avis_reader_info>;
 
 /// One part: frames of 4 x 2 YUY2, and sound of one chunk.
 struct PART {
@@ -35,14 +35,11 @@ static AVIS_PTR series_open(const TEMP_FOLDER_PATH& folder, const std::vector<PA
     return AVIS_PTR(avis_reader_open((folder / "s1.avi").c_str()));
 }
 
-static INPUT_MEDIA_INFO info_of(const AVIS_PTR& avis) { return reader_info<avis_reader_info>(avis); }
-
 TEST(AvisReader, ReadsAcrossTheBordersOfParts) {
     const TEMP_FOLDER_PATH folder;
     const std::vector<PART> parts = {
         {.frames = 3, .samples = 10}, {.frames = 1, .samples = 5}, {.frames = 2, .samples = 20}};
-    const AVIS_PTR avis = series_open(folder, parts);
-    ASSERT_TRUE(avis);
+    const AVIS_PTR avis = opened(series_open(folder, parts));
     const INPUT_MEDIA_INFO info = info_of(avis);
     EXPECT_EQ(info.flags, uint32_t(INPUT_MEDIA_VIDEO | INPUT_MEDIA_AUDIO));
     EXPECT_EQ(info.frames, 6);
@@ -101,10 +98,8 @@ TEST(AvisReader, TakesSixtyFourPartsAndIsReachedByItsName) {
     EXPECT_EQ(info_of(series_open(folder, std::vector<PART>(66))).frames, 128);
     input_table_init();
     for (const char* name : {static_cast<const char*>(nullptr), "AVIs File Reader"}) {
-        INPUT_HANDLE* handle = input_open((folder / "s1.avi").c_str(), -1, name);
-        ASSERT_TRUE(handle);
         INPUT_MEDIA_INFO info = {};
-        input_info(handle, &info);
+        input_info(opened(input_open((folder / "s1.avi").c_str(), -1, name)), &info);
         EXPECT_EQ(info.frames, name ? 128 : 2);
     }
     input_table_exit();

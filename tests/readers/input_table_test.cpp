@@ -1,19 +1,15 @@
 #include "readers/input_table.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "platform/guard.h"
-#include "support/avi_builder.h"
+#include "readers/reader_test.h"
 
-/// What the readers of these tests were asked, in order.
-static std::string steps;
+static std::string steps;  // what the readers of these tests were asked, in order
+static std::string reported;
 static bool faults;
 
 template <char NAME>
@@ -53,13 +49,10 @@ static int add(INPUT_PLUGIN_HANDLE (*open)(const char*), const char* name, const
     return input_record_add(table, nullptr);
 }
 
-static std::string reported;
-
 struct InputTable : testing::Test {
     void SetUp() override {
         input_table_init();
-        steps.clear();
-        reported.clear();
+        steps = reported = "";
         faults = false;
         guard_reporter = [](const GUARD_FAULT&, const char* name, const char* place) {
             reported += std::string(name) + " " + place + "\n";
@@ -100,25 +93,20 @@ TEST_F(InputTable, PicksByExtensionPriorityAndName) {
 }
 
 TEST_F(InputTable, TellsWhyAFileDoesNotOpen) {
-    const std::string folder = testing::TempDir();
-    const std::string fifo = folder + "vantel_test_fifo.avi";
+    const std::string folder = testing::TempDir(), fifo = folder + "vantel_test_fifo.avi";
     unlink(fifo.c_str());
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const TEMP_FILE empty(BYTES{}, ".avi"), text(BYTES{'h', 'i'}, ".avi"), locked(BYTES{1}, ".avi");
     chmod(locked.name(), 0);
-    struct CASE {
-        std::string path;
-        INPUT_FAIL reason;
-    };
-    std::vector<CASE> cases = {{folder + "vantel_no_such.avi", INPUT_FAIL_MISSING},
-                               {folder, INPUT_FAIL_FOLDER},
-                               {fifo, INPUT_FAIL_NOT_REGULAR},
-                               {empty.path, INPUT_FAIL_EMPTY},
-                               {text.path, INPUT_FAIL_NO_READER}};
-    if (geteuid() != 0) cases.push_back({locked.path, INPUT_FAIL_UNREADABLE});
-    for (const CASE& c : cases) {
-        EXPECT_EQ(input_open(c.path.c_str(), -1, nullptr), nullptr);
-        EXPECT_EQ(input_open_error(), c.reason) << c.path;
+    std::vector<std::pair<std::string, INPUT_FAIL>> cases = {{folder + "vantel_no_such.avi", INPUT_FAIL_MISSING},
+                                                             {folder, INPUT_FAIL_FOLDER},
+                                                             {fifo, INPUT_FAIL_NOT_REGULAR},
+                                                             {empty.path, INPUT_FAIL_EMPTY},
+                                                             {text.path, INPUT_FAIL_NO_READER}};
+    if (geteuid() != 0) cases.emplace_back(locked.path, INPUT_FAIL_UNREADABLE);
+    for (const auto& [path, reason] : cases) {
+        EXPECT_EQ(input_open(path.c_str(), -1, nullptr), nullptr);
+        EXPECT_EQ(input_open_error(), reason) << path;
     }
     unlink(fifo.c_str());
 }
@@ -127,10 +115,7 @@ TEST_F(InputTable, HandlesAreLimited) {
     const TEMP_FILE file(BYTES{1}, ".q");
     const int index = add(take<'a'>, "A", "q\0*.q\0");
     INPUT_HANDLE* last = nullptr;
-    for (int i = 0; i < INPUT_HANDLE_MAX; ++i) {
-        last = input_open(file.name(), -1, nullptr);
-        ASSERT_TRUE(last);
-    }
+    for (int i = 0; i < INPUT_HANDLE_MAX; ++i) last = opened(input_open(file.name(), -1, nullptr));
     EXPECT_EQ(input_open(file.name(), -1, nullptr), nullptr);
     EXPECT_EQ(input_open_error(), INPUT_FAIL_TOO_MANY_OPEN);
     input_close(last);
@@ -144,8 +129,7 @@ TEST_F(InputTable, HandlesAreLimited) {
 TEST_F(InputTable, FaultsAndLiesOfAReaderStayWithIt) {
     const TEMP_FILE file(BYTES{1}, ".q");
     const int index = add(take<'a'>, "A", "q\0*.q\0");
-    INPUT_HANDLE* handle = input_open(file.name(), -1, nullptr);
-    ASSERT_TRUE(handle);
+    INPUT_HANDLE* handle = opened(input_open(file.name(), -1, nullptr));
     uint8_t buffer[8];
     EXPECT_EQ(input_read_video(handle, 0, buffer, sizeof buffer, 1, 1, 24), 8);
     EXPECT_EQ(input_read_audio(handle, 0, 4, buffer), 0);

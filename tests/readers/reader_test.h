@@ -10,16 +10,24 @@
 
 /// What the tests of single readers share.
 
-/// A file that a reader has opened; empty when it refused.
-template <auto CLOSE>
+template <auto CLOSE, auto INFO>
 struct READER_CLOSER {
     void operator()(void* handle) const { CLOSE(handle); }
 };
-template <auto CLOSE>
-using READER_PTR = std::unique_ptr<void, READER_CLOSER<CLOSE>>;
+/// A file that a reader has opened; empty when it refused.
+template <auto CLOSE, auto INFO>
+using READER_PTR = std::unique_ptr<void, READER_CLOSER<CLOSE, INFO>>;
 
-template <auto INFO, typename PTR>
-INPUT_MEDIA_INFO reader_info(const PTR& reader) {
+/// The same reader; one that refused ends the test.
+template <typename PTR>
+PTR opened(PTR reader) {
+    if (reader) return reader;
+    ADD_FAILURE() << "not opened";
+    throw 1;
+}
+
+template <auto CLOSE, auto INFO>
+INPUT_MEDIA_INFO info_of(const READER_PTR<CLOSE, INFO>& reader) {
     INPUT_MEDIA_INFO info = {};
     INFO(reader.get(), &info);
     return info;

@@ -35,25 +35,16 @@ const std::pair<const char*, std::vector<int>> CONVERSIONS[] = {
     {"%s%f", {STR_CLI_SAVED_AUDIO}},
 };
 
-// A language that knows three texts: a good one, an empty one, and one that would make printf read a wrong argument.
-bool test_source(int id, std::string& utf8) {
-    static const std::map<int, std::string> TEXTS = {{STR_ASK_STOP_OUTPUT, "Stop the output?"},
-                                                     {STR_ASK_STOP_SEARCH, ""},
-                                                     {STR_ERR_TOO_MANY_JOBS, "At most %s jobs."}};
-    const auto entry = TEXTS.find(id);
-    if (entry == TEXTS.end()) return false;
-    utf8 = entry->second;
-    return true;
-}
-
-std::string endless_text;
-bool endless_source(int, std::string& utf8) {
-    utf8 = endless_text;
-    return true;
-}
-
+/// Another language, of the texts given, until the end of the test.
+std::map<int, std::string> source_texts;
 struct SOURCE_SCOPE {
-    explicit SOURCE_SCOPE(LANGUAGE_SOURCE source) { language_set_source(source); }
+    SOURCE_SCOPE() {
+        language_set_source([](int id, std::string& utf8) {
+            const auto entry = source_texts.find(id);
+            if (entry != source_texts.end()) utf8 = entry->second;
+            return entry != source_texts.end();
+        });
+    }
     ~SOURCE_SCOPE() { language_set_source(nullptr); }
 };
 
@@ -68,9 +59,8 @@ TEST(StringsJa, EveryTextSurvivesTheCodePage) {
         EXPECT_EQ(text_to_utf8(bytes), entry.text) << entry.number;
         // foreign characters are carried in the user-defined area; none of our own texts may need that
         for (size_t i = 0; i < bytes.size(); ++i) {
-            const auto byte = static_cast<unsigned char>(bytes[i]);
-            EXPECT_LT(byte, 0xF0) << entry.number << ": not a character of the code page";
-            if ((byte >= 0x81 && byte <= 0x9F) || byte >= 0xE0) ++i;
+            EXPECT_LT(uint8_t(bytes[i]), 0xF0) << entry.number << ": not a character of the code page";
+            if (text_is_lead(uint8_t(bytes[i]))) ++i;
         }
         // only the help text is too long for a buffer
         EXPECT_TRUE(bytes.size() < 260 || entry.number == STR_CLI_HELP) << entry.number;
@@ -80,12 +70,11 @@ TEST(StringsJa, EveryTextSurvivesTheCodePage) {
 TEST(StringsJa, EveryNameHasAText) {
     std::ifstream header(VANTEL_SOURCE_DIR "/src/resources/string_ids.h");
     ASSERT_TRUE(header);
-    std::set<int> named;
+    std::set<int> named, stored;
     for (std::string line; std::getline(header, line);) {
         const size_t equals = line.find(" = ");
         if (line.find("    STR_") == 0 && equals != std::string::npos) named.insert(std::stoi(line.substr(equals + 3)));
     }
-    std::set<int> stored;
     for (const STRING_TEXT& entry : strings_ja()) stored.insert(entry.number);
     EXPECT_GT(stored.size(), 200u);
     EXPECT_EQ(named, stored);
@@ -114,12 +103,10 @@ TEST(Language, ConversionsOfOddFormats) {
 
 TEST(Language, ShortNumbersKeepTheirBuffer) {
     const char* seconds = language_string(STR_SECONDS);
-    EXPECT_STREQ(seconds, "\x95\x62");
     for (int id = -4; id < 400; ++id) language_string(id);
     EXPECT_EQ(language_string(STR_SECONDS), seconds);
     EXPECT_STREQ(seconds, "\x95\x62");
-    EXPECT_STREQ(language_string(255), "");
-    EXPECT_STREQ(language_string(-1), "");
+    for (const int unknown : {255, -1}) EXPECT_STREQ(language_string(unknown), "");
 }
 
 TEST(Language, EightLongNumbersAreValidTheNinthTakesTheFirst) {
@@ -137,33 +124,37 @@ TEST(Language, EightLongNumbersAreValidTheNinthTakesTheFirst) {
 
 TEST(Language, SourceIsAskedFirstTextByText) {
     const char* kept = language_string(STR_HOURS);
-    const SOURCE_SCOPE scope(test_source);
+    const SOURCE_SCOPE scope;
+    // A good text, an empty one, and one that would make printf read a wrong argument.
+    source_texts = {{STR_ASK_STOP_OUTPUT, "Stop the output?"},
+                    {STR_ASK_STOP_SEARCH, ""},
+                    {STR_ERR_TOO_MANY_JOBS, "At most %s jobs."}};
     EXPECT_STREQ(language_string(STR_ASK_STOP_OUTPUT), "Stop the output?");
-    EXPECT_EQ(language_text_utf8(STR_ASK_STOP_SEARCH), strings_ja_find(STR_ASK_STOP_SEARCH));
-    EXPECT_EQ(language_text_utf8(STR_ERR_TOO_MANY_JOBS), strings_ja_find(STR_ERR_TOO_MANY_JOBS));
-    EXPECT_EQ(language_text_utf8(STR_ERR_OUT_OF_MEMORY), strings_ja_find(STR_ERR_OUT_OF_MEMORY));
+    for (const int id : {STR_ASK_STOP_SEARCH, STR_ERR_TOO_MANY_JOBS, STR_ERR_OUT_OF_MEMORY})
+        EXPECT_EQ(language_text_utf8(id), strings_ja_find(id)) << id;
     EXPECT_EQ(language_string(STR_HOURS), kept);
     language_set_source(nullptr);
     EXPECT_EQ(language_text_utf8(STR_ASK_STOP_OUTPUT), strings_ja_find(STR_ASK_STOP_OUTPUT));
 }
 
 TEST(Language, LongTextsAreCutAtACharacter) {
-    const SOURCE_SCOPE scope(endless_source);
+    const SOURCE_SCOPE scope;
+    std::string& text = source_texts[STR_ASK_STOP_OUTPUT];
     for (const size_t ascii : {0u, 1u, 57u, 58u}) {
-        endless_text = std::string(ascii, 'a');
-        for (int i = 0; i < 200; ++i) endless_text += "秒";
+        text = std::string(ascii, 'a');
+        for (int i = 0; i < 200; ++i) text += "秒";
         std::string expected(ascii, 'a');
         while (expected.size() + 2 <= 259) expected += "\x95\x62";
         EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), expected) << ascii;
-        EXPECT_EQ(language_text_utf8(STR_ASK_STOP_OUTPUT), endless_text);
+        EXPECT_EQ(language_text_utf8(STR_ASK_STOP_OUTPUT), text);
     }
-    // exactly full, one too many, and a broken UTF-8 sequence at the end
-    endless_text = std::string(259, 'b');
-    EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), endless_text);
-    endless_text += 'c';
-    EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), std::string(259, 'b'));
-    endless_text = std::string(258, 'd').append("\xE3\x81");
-    EXPECT_LT(std::strlen(language_string(STR_ASK_STOP_OUTPUT)), 260u);
-    endless_text = std::string(400, '\xF0');
-    EXPECT_LT(std::strlen(language_string(STR_ASK_STOP_OUTPUT)), 260u);
+    // exactly full, one too many, and broken UTF-8
+    for (const size_t size : {259u, 260u}) {
+        text = std::string(size, 'b');
+        EXPECT_EQ(language_string(STR_ASK_STOP_OUTPUT), std::string(259, 'b'));
+    }
+    for (const std::string& broken : {std::string(258, 'd').append("\xE3\x81"), std::string(400, '\xF0')}) {
+        text = broken;
+        EXPECT_LT(std::strlen(language_string(STR_ASK_STOP_OUTPUT)), 260u);
+    }
 }

@@ -57,19 +57,18 @@ TEST(Templates, ADialogHasAllItsParts) {
         "end\n",
         "D");
     EXPECT_EQ(dialog.title, "title");
-    std::vector<CONTROL_LINE> want(12);
-    for (size_t i = 2; i < 8; ++i) want[i].id = int(i) - 1;
-    want[0] = {CONTROL_GROUP, 0, "frame", {}};
-    want[1].kind = CONTROL_FORM;
-    want[2] = {CONTROL_NUMBER, 1, "n", "unit", -5, 99, 8};
-    want[3] = {CONTROL_EDIT, 2, "e", {}, 1, 0, 30};
-    want[4] = {CONTROL_COMBO, 3, "c", {}, 1};
-    want[5] = {CONTROL_LIST, 4, {}, {}, 2, 0, 20, 6};
-    want[6] = {CONTROL_LIST, 5, {}, {}, 1};
-    want[7] = {CONTROL_SLIDER, 6, "s", {}, 0, 1000};
-    want[8].kind = want[9].kind = CONTROL_END;
-    want[10].kind = CONTROL_SPACE;
-    want[11].kind = CONTROL_RULE;
+    const std::vector<CONTROL_LINE> want = {{CONTROL_GROUP, 0, "frame", {}},
+                                            {CONTROL_FORM, 0, {}, {}},
+                                            {CONTROL_NUMBER, 1, "n", "unit", -5, 99, 8},
+                                            {CONTROL_EDIT, 2, "e", {}, 1, 0, 30},
+                                            {CONTROL_COMBO, 3, "c", {}, 1},
+                                            {CONTROL_LIST, 4, {}, {}, 2, 0, 20, 6},
+                                            {CONTROL_LIST, 5, {}, {}, 1},
+                                            {CONTROL_SLIDER, 6, "s", {}, 0, 1000},
+                                            {CONTROL_END, 0, {}, {}},
+                                            {CONTROL_END, 0, {}, {}},
+                                            {CONTROL_SPACE, 0, {}, {}},
+                                            {CONTROL_RULE, 0, {}, {}}};
     EXPECT_EQ(dump(dialog.lines), dump(want));
     EXPECT_EQ(dump(dialog.buttons), dump({{CONTROL_BUTTON, 1, "OK", {}}, {CONTROL_BUTTON, 2, "Cancel", {}}}));
 }
@@ -85,10 +84,8 @@ TEST(Templates, DamagedLinesAreLeftOut) {
         "  buttons 1 \"OK\" 2\n",
         "D");
     ASSERT_EQ(6u, dialog.lines.size()) << "the opened group and its end stay, the column is closed";
-    EXPECT_EQ(6, dialog.lines[1].id);
-    EXPECT_EQ(CONTROL_END, dialog.lines[2].kind);
-    EXPECT_EQ(7, dialog.lines[4].id);
-    EXPECT_EQ(CONTROL_END, dialog.lines[5].kind);
+    for (const auto& [at, id] : {std::pair{1, 6}, {4, 7}}) EXPECT_EQ(id, dialog.lines[size_t(at)].id);
+    for (const size_t at : {2, 5}) EXPECT_EQ(CONTROL_END, dialog.lines[at].kind);
     EXPECT_EQ(1u, dialog.buttons.size());
     EXPECT_EQ(dump(menu_from_text("menu M\npopup \"a\nitem 1\nitem 2 \"b\"\nmenu N\nitem 3 \"c\"\n", "M")),
               "P0<a|> I2<b|> E0<|> ")
