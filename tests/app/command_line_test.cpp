@@ -125,3 +125,11 @@ TEST(CommandLine, ScriptsRunLineByLine) {
     EXPECT_EQ(loop.status, 1);
     EXPECT_NE(loop.error.find("loop.vts"), std::string::npos);
 }
+
+TEST(CommandLine, ASoundFileReplacesTheClipsOwnSound) {
+    const CLIP_FOLDER folder;
+    ASSERT_TRUE(ffmpeg(
+        {"-f", "lavfi", "-i", "sine=frequency=300:sample_rate=48000", "-t", "2", "-ac", "1", folder / "tone.wav"}));
+    ASSERT_EQ(vantel(folder, {folder.clip, "-a", "tone.wav", "-o", "out.avi", "-q"}).status, 0);
+    EXPECT_TRUE(decoded_sound(folder, folder / "tone.wav") == decoded_sound(folder, folder / "out.avi"));
+}
